@@ -1,0 +1,188 @@
+#include "arbor/foundation/CData.h"
+
+#include <cstring>
+
+namespace {
+
+// UTF-8 of U+FFFD, written for every code unit XML cannot carry.
+const char replacement[] = "\xEF\xBF\xBD";
+
+// How each ASCII unit is written: null for "as it is", else the text that replaces it. Controls
+// XML cannot carry become the replacement character.
+struct EscapeTable {
+    const char* escapes[128];
+
+    constexpr explicit EscapeTable(bool attribute)
+        : escapes {}
+    {
+        for (unsigned c = 0; c < 0x20; ++c)
+            escapes[c] = replacement;
+        set('\t', attribute ? "&#9;" : nullptr);
+        set('\n', attribute ? "&#10;" : nullptr);
+        set('\r', "&#13;");
+        set('&', "&amp;");
+        set('<', "&lt;");
+        set('>', "&gt;");
+        set('"', attribute ? "&quot;" : nullptr);
+    }
+
+    constexpr void set(char c, const char* text) { escapes[static_cast<unsigned char>(c)] = text; }
+};
+
+constexpr EscapeTable textEscapes(false);
+constexpr EscapeTable attributeEscapes(true);
+
+// Collects the encoded output on the stack and hands it to the stream in large writes.
+class Writer {
+public:
+    explicit Writer(std::ostream& os)
+        : os(os)
+    {
+    }
+    ~Writer() { flush(); }
+
+    Writer(const Writer&) = delete;
+    Writer& operator=(const Writer&) = delete;
+
+    // Room for the longest single item: an escape ("&quot;") or a 4-byte sequence.
+    static constexpr std::size_t longestItem = 8;
+
+    void reserveItem()
+    {
+        if (used + longestItem > sizeof(buffer)) flush();
+    }
+
+    void putEscape(const char* text)
+    {
+        const std::size_t bytes = std::strlen(text);
+        std::memcpy(buffer + used, text, bytes);
+        used += bytes;
+    }
+
+    void putByte(unsigned value) { buffer[used++] = static_cast<char>(value); }
+
+    // Writes one scalar value at or above U+0080 as UTF-8.
+    void putScalar(char32_t c)
+    {
+        if (c < 0x800) {
+            putByte(0xC0 | (c >> 6));
+        } else if (c < 0x10000) {
+            putByte(0xE0 | (c >> 12));
+            putByte(0x80 | ((c >> 6) & 0x3F));
+        } else {
+            putByte(0xF0 | (c >> 18));
+            putByte(0x80 | ((c >> 12) & 0x3F));
+            putByte(0x80 | ((c >> 6) & 0x3F));
+        }
+        putByte(0x80 | (c & 0x3F));
+    }
+
+    // Copies the units of `text` from `i` on that are ASCII and need no escape, as far as the
+    // buffer allows; returns the index of the first unit not copied.
+    std::size_t copyAsciiRun(const char16_t* text, std::size_t i, const EscapeTable& table)
+    {
+        while (used < sizeof(buffer)) {
+            const char16_t c = text[i];
+            if (c == 0 || c >= 0x80 || table.escapes[c]) break;
+            buffer[used++] = static_cast<char>(c);
+            ++i;
+        }
+        return i;
+    }
+
+    // As copyAsciiRun, for UTF-8 bytes: bytes of multi-byte sequences are copied as they are.
+    std::size_t copyByteRun(const char* bytes, std::size_t i, const EscapeTable& table)
+    {
+        while (used < sizeof(buffer)) {
+            const unsigned char c = static_cast<unsigned char>(bytes[i]);
+            if (c == 0 || (c < 0x80 && table.escapes[c])) break;
+            buffer[used++] = static_cast<char>(c);
+            ++i;
+        }
+        return i;
+    }
+
+    void flush()
+    {
+        if (used) os.write(buffer, static_cast<std::streamsize>(used));
+        used = 0;
+    }
+
+private:
+    std::ostream& os;
+    std::size_t used = 0;
+    char buffer[4096];
+};
+
+bool isLeadSurrogate(char16_t c) { return c >= 0xD800 && c <= 0xDBFF; }
+bool isTrailSurrogate(char16_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
+
+// Writes the unit at `i` (above U+007F), with its trail if it leads a pair; returns the index of
+// the next unit.
+std::size_t putNonAscii(Writer& out, const char16_t* text, std::size_t i)
+{
+    const char16_t c = text[i];
+    if (isLeadSurrogate(c) && isTrailSurrogate(text[i + 1])) {
+        out.putScalar(0x10000 + ((char32_t(c) - 0xD800) << 10) + (char32_t(text[i + 1]) - 0xDC00));
+        return i + 2;
+    }
+    if (isLeadSurrogate(c) || isTrailSurrogate(c) || c == 0xFFFE || c == 0xFFFF)
+        out.putEscape(replacement);
+    else
+        out.putScalar(c);
+    return i + 1;
+}
+
+std::ostream& putUtf16(std::ostream& os, const char16_t* text, const EscapeTable& table)
+{
+    if (!text) return os;
+    Writer out(os);
+    std::size_t i = 0;
+    for (;;) {
+        i = out.copyAsciiRun(text, i, table);
+        out.reserveItem();
+        const char16_t c = text[i];
+        if (c == 0) break;
+        if (c >= 0x80) {
+            i = putNonAscii(out, text, i);
+            continue;
+        }
+        if (table.escapes[c])
+            out.putEscape(table.escapes[c]);
+        else
+            out.putByte(c); // the run stopped only because the buffer was full
+        ++i;
+    }
+    return os;
+}
+
+} // namespace
+
+std::ostream& Plinth::putCData(std::ostream& os, const char16_t* text)
+{
+    return putUtf16(os, text, textEscapes);
+}
+
+std::ostream& Plinth::putAttributeData(std::ostream& os, const char16_t* text)
+{
+    return putUtf16(os, text, attributeEscapes);
+}
+
+std::ostream& Plinth::putAttributeData(std::ostream& os, const char* bytes)
+{
+    if (!bytes) return os;
+    Writer out(os);
+    std::size_t i = 0;
+    for (;;) {
+        i = out.copyByteRun(bytes, i, attributeEscapes);
+        out.reserveItem();
+        const unsigned char c = static_cast<unsigned char>(bytes[i]);
+        if (c == 0) break;
+        if (c < 0x80 && attributeEscapes.escapes[c])
+            out.putEscape(attributeEscapes.escapes[c]);
+        else
+            out.putByte(c); // the run stopped only because the buffer was full
+        ++i;
+    }
+    return os;
+}
