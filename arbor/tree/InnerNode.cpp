@@ -1,0 +1,152 @@
+#include "arbor/tree/InnerNode.h"
+
+#include "arbor/foundation/Assert.h"
+#include "arbor/foundation/Ref.h"
+
+namespace {
+
+// Children of inner nodes destroyed while an outer destruction runs wait here instead of being
+// released at once, linked through their (cleared) `parent` fields. The outermost destruction
+// releases them in a loop, so the nesting depth stays constant however deep the tree is.
+thread_local Arbor::Node* pendingRelease = nullptr;
+thread_local bool releasing = false;
+
+void drainPendingReleases()
+{
+    while (Arbor::Node* node = pendingRelease) {
+        pendingRelease = node->parent;
+        node->parent = nullptr;
+        node->unref();
+    }
+}
+
+} // namespace
+
+Arbor::InnerNode::InnerNode(Document* document)
+    : Node(document)
+{
+}
+
+Arbor::InnerNode::~InnerNode()
+{
+    // Children that outlive this node (held elsewhere) must not point back at it.
+    for (Node* child = first; child; child = child->next)
+        child->parent = nullptr;
+    last = nullptr;
+    Node* head = first;
+    if (!head) return;
+    first = nullptr; // the reference passes to the release below
+    if (releasing) {
+        head->parent = pendingRelease;
+        pendingRelease = head;
+        return;
+    }
+    releasing = true;
+    head->unref();
+    drainPendingReleases();
+    releasing = false;
+}
+
+Arbor::Node* Arbor::InnerNode::firstChild() { return first; }
+
+Arbor::Node* Arbor::InnerNode::lastChild() { return last; }
+
+unsigned long Arbor::InnerNode::items() { return countFollowing(first); }
+
+bool Arbor::InnerNode::mayReplaceChildren(Node*, unsigned long, Node*) { return true; }
+
+void Arbor::InnerNode::replaceChildrenRaw(Node* runHead, unsigned long count, Node* newChild)
+{
+    if (!newChild && (!runHead || count == 0)) return;
+    Node* tail = newChild ? adoptChain(newChild) : nullptr;
+    if (!runHead)
+        appendChain(newChild, tail);
+    else if (count == 0)
+        insertChain(runHead, newChild, tail);
+    else
+        replaceRun(runHead, count, newChild, tail);
+}
+
+Arbor::Node* Arbor::InnerNode::adoptChain(Node* head)
+{
+    ARBOR_ASSERT(!head->previous, "a chain starts at its head");
+    Node* tail = head;
+    for (Node* node = head;; node = node->next) {
+        node->parent = this;
+        tail = node;
+        if (!node->next) break;
+    }
+    return tail;
+}
+
+void Arbor::InnerNode::appendChain(Node* head, Node* tail)
+{
+    Node* before = last;
+    head->previous = before;
+    Plinth::assignCounted(before ? before->next : first, head);
+    last = tail;
+}
+
+void Arbor::InnerNode::insertChain(Node* before, Node* head, Node* tail)
+{
+    ARBOR_ASSERT(before->parent == this, "insertion point is a child");
+    Plinth::assignCounted(tail->next, before);
+    head->previous = before->previous;
+    // `before` stays held by the tail's link while the link that pointed at it lets go.
+    Plinth::assignCounted(before->previous ? before->previous->next : first, head);
+    before->previous = tail;
+}
+
+void Arbor::InnerNode::replaceRun(Node* runHead, unsigned long count, Node* head, Node* tail)
+{
+    ARBOR_ASSERT(runHead->parent == this, "run starts at a child");
+    Node* runEnd = runHead;
+    runEnd->parent = nullptr;
+    for (unsigned long i = 1; i < count && runEnd->next; ++i) {
+        runEnd = runEnd->next;
+        runEnd->parent = nullptr;
+    }
+    Node* after = runEnd->next;
+    Node* before = runHead->previous;
+    Node*& link = before ? before->next : first;
+    // The tree's reference on the run's head is dropped last of all: if it is the run's last
+    // holder, its destructor walks `next`, which must no longer lead into this node's children.
+    Plinth::Ref<Node> run = Plinth::Ref<Node>::adopt(link);
+    link = nullptr;
+    if (head) {
+        Plinth::assignCounted(tail->next, after);
+        if (after)
+            after->previous = tail;
+        else
+            last = tail;
+        head->previous = before;
+        Plinth::assignCounted(link, head);
+    } else {
+        Plinth::assignCounted(link, after);
+        if (after)
+            after->previous = before;
+        else
+            last = before;
+    }
+    runHead->previous = nullptr;
+    Plinth::releaseCounted(runEnd->next);
+}
+
+void Arbor::InnerNode::cloneChildren(Node* target)
+{
+    for (Node* child = lastChild(); child; child = child->previous) {
+        // Held while it goes in, so a target that refuses it (an atomic node) releases it.
+        Plinth::Ref<Node> copy(child->cloneNode(true));
+        if (copy) target->replaceChildrenRaw(target->firstChild(), 0, copy.get());
+    }
+}
+
+Arbor::Node* Arbor::InnerNode::takeChildren()
+{
+    for (Node* child = first; child; child = child->next)
+        child->parent = nullptr;
+    Node* head = first;
+    first = nullptr;
+    last = nullptr;
+    return head;
+}

@@ -1,0 +1,160 @@
+#include "arbor/document/Document.h"
+#include "arbor/foundation/Ref.h"
+#include "arbor/tree/DocumentFragment.h"
+#include "arbor/tree/DomException.h"
+#include "arbor/tree/Node.h"
+#include "arbor/undo/ReplaceChildrenOperation.h"
+
+namespace {
+
+using Arbor::Node;
+
+bool isChainHead(Node* node) { return !node->parent && !node->previous; }
+
+// Documents, ranges and range lists live outside every child list.
+bool mayBeChild(Node* node)
+{
+    const int type = node->nodeType();
+    return type != Arbor::DOCUMENT_NODE && type != Arbor::RANGE_NODE
+        && type != Arbor::RANGE_LIST_NODE;
+}
+
+bool chainMayBeChildren(Node* chain)
+{
+    for (Node* node = chain; node; node = node->next) {
+        if (!mayBeChild(node)) return false;
+    }
+    return true;
+}
+
+// Takes `node` out of the parentless sibling chain it belongs to, as a move takes a node out of
+// its parent. A node inside the chain was held by its predecessor's `next` link: that reference
+// passes to the returned holder. A head keeps its own holders but lets go of the nodes after it.
+Plinth::Ref<Node> cutFromChain(Node* node)
+{
+    Node* before = node->previous;
+    Node* after = node->next;
+    if (!before) {
+        if (after) {
+            after->previous = nullptr;
+            Plinth::releaseCounted(node->next);
+        }
+        return {};
+    }
+    // The predecessor's reference on `node` moves to the holder, and `node`'s reference on
+    // `after` moves to the predecessor's link: no count changes.
+    Plinth::Ref<Node> held = Plinth::Ref<Node>::adopt(node);
+    before->next = after;
+    if (after) after->previous = before;
+    node->previous = nullptr;
+    node->next = nullptr;
+    return held;
+}
+
+} // namespace
+
+bool Arbor::Node::closesCycle(Node* chain)
+{
+    // Chain nodes have no parent, so the only one that can be this node or its ancestor is the
+    // root of this node's tree: one walk up, one walk along the chain.
+    Node* root = this;
+    while (root->parent)
+        root = root->parent;
+    for (Node* node = chain; node; node = node->next) {
+        if (node == root) return true;
+    }
+    return false;
+}
+
+void Arbor::Node::replaceChildren(Node* first, unsigned long count, Node* newChild)
+{
+    if (newChild) {
+        if (first && first->parent != this) throw DomException(DomException::NOT_FOUND_ERR);
+        if (newChild->document != document) throw DomException(DomException::WRONG_DOCUMENT_ERR);
+    } else {
+        if (!first || count == 0) return;
+        if (first->parent != this) throw DomException(DomException::NOT_FOUND_ERR);
+    }
+    if (readOnly()) throw DomException(DomException::NO_MODIFICATION_ALLOWED_ERR);
+    if (!mayReplaceChildren(first, count, newChild))
+        throw DomException(DomException::HIERARCHY_REQUEST_ERR);
+    if (newChild
+        && (!isChainHead(newChild) || !chainMayBeChildren(newChild) || closesCycle(newChild)))
+        throw DomException(DomException::HIERARCHY_REQUEST_ERR);
+
+    if (isDocumentChild())
+        document->doModelOperation(
+            new ReplaceChildrenOperation(document, this, first, count, newChild));
+    else
+        replaceChildrenRaw(first, count, newChild);
+}
+
+Arbor::Node* Arbor::Node::insertBefore(Node* newChild, Node* refChild)
+{
+    return insertPrepared(newChild, refChild, 0);
+}
+
+Arbor::Node* Arbor::Node::appendChild(Node* newChild)
+{
+    return insertPrepared(newChild, nullptr, 0);
+}
+
+Arbor::Node* Arbor::Node::replaceChild(Node* newChild, Node* oldChild)
+{
+    insertPrepared(newChild, oldChild, 1);
+    return oldChild;
+}
+
+Arbor::Node* Arbor::Node::removeChild(Node* oldChild)
+{
+    if (!oldChild) return nullptr;
+    replaceChildren(oldChild, 1, nullptr);
+    return oldChild;
+}
+
+Arbor::Node* Arbor::Node::insertPrepared(Node* newChild, Node* first, unsigned long count)
+{
+    if (!newChild) throw DomException(DomException::HIERARCHY_REQUEST_ERR);
+    // A document or a range is refused by every insertion; refuse it before it leaves its old
+    // place (a range taken out of its range list would stop following the document), with the
+    // error the checks give in their usual order.
+    if (!mayBeChild(newChild)) {
+        replaceChildren(first, count, newChild);
+        throw DomException(DomException::HIERARCHY_REQUEST_ERR);
+    }
+    if (DocumentFragment* fragment = newChild->asFragment())
+        return insertFragment(fragment, first, count);
+
+    // The old parent, or the predecessor in a parentless chain, may be the node's only holder:
+    // keep it alive across the move.
+    Plinth::Ref<Node> keep;
+    if (Node* oldParent = newChild->parent) {
+        keep = Plinth::Ref<Node>(newChild);
+        oldParent->removeChild(newChild);
+    } else if (newChild->previous || newChild->next) {
+        keep = cutFromChain(newChild);
+    }
+    replaceChildren(first, count, newChild);
+    return newChild;
+}
+
+Arbor::Node* Arbor::Node::insertFragment(
+    DocumentFragment* fragment, Node* first, unsigned long count)
+{
+    if (!fragment->firstChild()) {
+        replaceChildren(first, count, nullptr);
+        return nullptr;
+    }
+    // The fragment's reference on its first child passes to `chain`.
+    Plinth::Ref<Node> chain = Plinth::Ref<Node>::adopt(fragment->takeChildren());
+    Node* head = chain.get();
+    try {
+        replaceChildren(first, count, head);
+    } catch (...) {
+        // Give the children back, unless the change went through before the error (an observer
+        // threw after it): then they belong to the tree now.
+        if (isChainHead(head)) fragment->replaceChildrenRaw(nullptr, 0, head);
+        throw;
+    }
+    return head;
+}

@@ -1,0 +1,172 @@
+#include "arbor/tree/Text.h"
+
+#include "arbor/document/Document.h"
+#include "arbor/foundation/CData.h"
+#include "arbor/foundation/Ref.h"
+#include "arbor/foundation/UString.h"
+#include "arbor/tree/DomException.h"
+#include "arbor/undo/ReplaceTextOperation.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <new>
+
+namespace {
+
+using UniqueUString = std::unique_ptr<char16_t, Plinth::FreeDeleter>;
+
+// The units from `offset` that `count` covers in a text of `length` units, without overflow.
+unsigned long clipCount(unsigned long length, unsigned long offset, unsigned long count)
+{
+    const unsigned long rest = length - offset;
+    return count < rest ? count : rest;
+}
+
+char16_t* allocateUnits(unsigned long units)
+{
+    void* memory = std::malloc(units * sizeof(char16_t));
+    if (!memory) throw std::bad_alloc();
+    return static_cast<char16_t*>(memory);
+}
+
+} // namespace
+
+Arbor::Text::Text(Document* document, const char16_t* data)
+    : AtomicNode(document)
+{
+    if (data && *data) {
+        buffer = Plinth::ustrdup(data);
+        if (!buffer) throw std::bad_alloc();
+    }
+}
+
+Arbor::Text::~Text() { std::free(buffer); }
+
+Arbor::Node* Arbor::Text::cloneNode(bool) { return new Text(document, buffer); }
+
+int Arbor::Text::nodeType() { return TEXT_NODE; }
+
+Arbor::Token Arbor::Text::nodeName()
+{
+    static const Token text("#text", false);
+    return text;
+}
+
+unsigned long Arbor::Text::items() { return length(); }
+
+Arbor::Text* Arbor::Text::asText() { return this; }
+
+std::ostream& Arbor::Text::putXml(std::ostream& os) { return Plinth::putCData(os, buffer); }
+
+const char16_t* Arbor::Text::nodeValue() { return buffer; }
+
+void Arbor::Text::setNodeValue(const char16_t* value) { setData(value); }
+
+bool Arbor::Text::mayReplaceData(unsigned long, unsigned long, const char16_t*) { return true; }
+
+unsigned long Arbor::Text::length() const { return buffer ? Plinth::ustrlen(buffer) : 0; }
+
+unsigned long Arbor::Text::clip(unsigned long offset, unsigned long count) const
+{
+    return clipCount(length(), offset, count);
+}
+
+char16_t* Arbor::Text::substringData(unsigned long offset, unsigned long count)
+{
+    const unsigned long len = length();
+    if (offset > len) throw DomException(DomException::INDEX_SIZE_ERR);
+    count = clipCount(len, offset, count);
+    if (count == 0) return nullptr;
+    char16_t* copy = allocateUnits(count + 1);
+    Plinth::ustrncpy(copy, buffer + offset, count);
+    copy[count] = 0;
+    return copy;
+}
+
+void Arbor::Text::replaceData(unsigned long offset, unsigned long count, const char16_t* newData)
+{
+    if (offset > length()) throw DomException(DomException::INDEX_SIZE_ERR);
+    if (readOnly()) throw DomException(DomException::NO_MODIFICATION_ALLOWED_ERR);
+    if (!mayReplaceData(offset, count, newData))
+        throw DomException(DomException::HIERARCHY_REQUEST_ERR);
+
+    if (isDocumentChild())
+        document->doModelOperation(
+            new ReplaceTextOperation(document, this, offset, count, newData));
+    else
+        replaceDataRaw(offset, count, newData);
+}
+
+void Arbor::Text::replaceDataRaw(unsigned long offset, unsigned long count, const char16_t* newData)
+{
+    if (!buffer) {
+        if (!newData || !*newData) return;
+        char16_t* copy = Plinth::ustrdup(newData);
+        if (!copy) throw std::bad_alloc();
+        buffer = copy;
+        return;
+    }
+    const unsigned long len = Plinth::ustrlen(buffer);
+    // An offset past the end would copy from outside the buffer: refuse it rather than read it.
+    if (offset > len) throw DomException(DomException::INDEX_SIZE_ERR);
+    count = clipCount(len, offset, count);
+    const unsigned long added = newData ? Plinth::ustrlen(newData) : 0;
+    const unsigned long newLength = len - count + added;
+    if (newLength == 0) {
+        std::free(buffer);
+        buffer = nullptr;
+        return;
+    }
+    char16_t* fresh = allocateUnits(newLength + 1);
+    std::memcpy(fresh, buffer, offset * sizeof(char16_t));
+    if (added) std::memcpy(fresh + offset, newData, added * sizeof(char16_t));
+    std::memcpy(fresh + offset + added, buffer + offset + count,
+        (len - offset - count + 1) * sizeof(char16_t));
+    std::free(buffer);
+    buffer = fresh;
+}
+
+void Arbor::Text::setData(const char16_t* s) { replaceData(0, length(), s); }
+
+void Arbor::Text::appendData(const char16_t* s) { replaceData(length(), 0, s); }
+
+void Arbor::Text::insertData(unsigned long offset, const char16_t* s) { replaceData(offset, 0, s); }
+
+void Arbor::Text::deleteData(unsigned long offset, unsigned long count)
+{
+    replaceData(offset, count, nullptr);
+}
+
+Arbor::Text* Arbor::Text::splitText(unsigned long offset)
+{
+    const unsigned long len = length();
+    if (offset > len) throw DomException(DomException::INDEX_SIZE_ERR);
+    if (readOnly()) throw DomException(DomException::NO_MODIFICATION_ALLOWED_ERR);
+
+    UniqueUString tail(substringData(offset, len - offset));
+    Text* fresh = new Text(document, nullptr);
+    fresh->buffer = tail.release();
+
+    if (parent) {
+        // Released if the insertion fails; on success the tree holds it.
+        Plinth::Ref<Node> keep(fresh);
+        parent->insertBefore(fresh, next);
+        replaceData(offset, len - offset, nullptr);
+        return fresh;
+    }
+    // Cut first, link after: if the cut runs out of memory nothing has changed yet.
+    try {
+        replaceDataRaw(offset, len - offset, nullptr);
+    } catch (...) {
+        delete fresh;
+        throw;
+    }
+    // The new node takes over this node's reference on the old next sibling.
+    fresh->next = next;
+    if (next) next->previous = fresh;
+    fresh->previous = this;
+    next = nullptr;
+    Plinth::assignCounted(next, fresh);
+    return fresh;
+}
