@@ -1,0 +1,116 @@
+#include "arbor/document/Document.h"
+
+#include "arbor/document/DocumentPin.h"
+#include "arbor/document/Events.h"
+#include "arbor/document/Functor.h"
+#include "arbor/document/IDocObserver.h"
+#include "arbor/foundation/Ref.h"
+#include "arbor/range/RangeList.h"
+#include "arbor/tree/DocumentFragment.h"
+#include "arbor/tree/Text.h"
+#include "arbor/values/NodeNames.h"
+
+#include <ostream>
+
+Arbor::DocumentPin::DocumentPin(Document* document)
+    : document(document)
+{
+    if (document->pinDepth++ == 0) {
+        document->heldWhenPinned = document->refCount != 0;
+        document->releasedWhilePinned = false;
+    }
+}
+
+Arbor::DocumentPin::~DocumentPin()
+{
+    if (--document->pinDepth != 0 || !document->releasedWhilePinned) return;
+    document->releasedWhilePinned = false;
+    if (document->heldWhenPinned && document->refCount == 0)
+        document->Plinth::RefCounted<Plinth::IResource>::unref();
+}
+
+Arbor::Document::Document()
+    : InnerNode(nullptr)
+{
+    document = this;
+    Plinth::assignCounted(rangeList, new RangeList(this));
+    try {
+        addObserver(rangeList, tok_BeforeReplaceText);
+        addObserver(rangeList, tok_BeforeReplaceChildren);
+    } catch (...) {
+        observers.clear();
+        Plinth::releaseCounted(rangeList);
+        throw;
+    }
+}
+
+Arbor::Document::~Document()
+{
+    // References that tearDown takes and drops on this document (ranges parking on it and
+    // detaching) must not destroy it a second time.
+    beginDestruction();
+    Document::tearDown();
+    Plinth::releaseCounted(rangeList);
+    for (Functor* functor : postedFunctions)
+        delete functor;
+    postedFunctions.clear();
+    observers.clear();
+}
+
+void Arbor::Document::unref() const
+{
+    if (pinDepth != 0 && refCount <= 1) {
+        refCount = 0;
+        releasedWhilePinned = true;
+        return;
+    }
+    Plinth::RefCounted<Plinth::IResource>::unref();
+}
+
+Arbor::Node* Arbor::Document::cloneNode(bool) { return nullptr; }
+
+int Arbor::Document::nodeType() { return DOCUMENT_NODE; }
+
+Arbor::Token Arbor::Document::nodeName() { return tok_document; }
+
+std::ostream& Arbor::Document::putXml(std::ostream& os)
+{
+    os.write("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n", 39);
+    if (Node* element = firstChild()) element->putXml(os);
+    os.put('\n');
+    return os;
+}
+
+const char16_t* Arbor::Document::nodeValue() { return nullptr; }
+
+void Arbor::Document::setNodeValue(const char16_t*) { }
+
+bool Arbor::Document::hasAttributes() { return false; }
+
+Arbor::Node* Arbor::Document::documentElement() { return firstChild(); }
+
+Arbor::Text* Arbor::Document::createTextNode(const char16_t* data) { return new Text(this, data); }
+
+Arbor::DocumentFragment* Arbor::Document::createDocumentFragment()
+{
+    return new DocumentFragment(this);
+}
+
+void Arbor::Document::tearDown()
+{
+    DocumentPin pin(this);
+    beginBatchChanges();
+    while (!postedFunctions.empty()) {
+        Functor* functor = postedFunctions.front();
+        postedFunctions.pop_front();
+        delete functor;
+    }
+    if (!rangeList) return;
+    deselectRanges();
+    for (ObserverEntry& entry : observers) {
+        IDocObserver* observer = entry.observer;
+        entry.observer = nullptr;
+        if (observer) observer->unObserve(entry.token);
+    }
+    Plinth::releaseCounted(rangeList);
+}

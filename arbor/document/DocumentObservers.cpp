@@ -1,0 +1,115 @@
+#include "arbor/document/Document.h"
+#include "arbor/document/DocumentPin.h"
+#include "arbor/document/Events.h"
+#include "arbor/document/Functor.h"
+#include "arbor/document/IDocObserver.h"
+#include "arbor/range/RangeList.h"
+
+#include <memory>
+
+void Arbor::Document::addObserver(IDocObserver* observer) { addObserver(observer, Token()); }
+
+void Arbor::Document::addObserver(IDocObserver* observer, Token token)
+{
+    if (!observer) return;
+    for (ObserverEntry& entry : observers) {
+        if (!entry.observer) {
+            entry.token = token;
+            entry.observer = observer;
+            return;
+        }
+    }
+    observers.push_back(ObserverEntry { token, observer });
+}
+
+void Arbor::Document::removeObserver(IDocObserver* observer)
+{
+    if (!observer) return;
+    for (ObserverEntry& entry : observers) {
+        if (entry.observer != observer) continue;
+        const Token token = entry.token;
+        entry.observer = nullptr;
+        observer->unObserve(token);
+    }
+}
+
+void Arbor::Document::removeObserver(IDocObserver* observer, Token token)
+{
+    if (!observer) return;
+    for (ObserverEntry& entry : observers) {
+        if (entry.observer == observer && entry.token == token) {
+            entry.observer = nullptr;
+            observer->unObserve(token);
+            return;
+        }
+    }
+}
+
+void Arbor::Document::fireEvent(DomEvent& event)
+{
+    if (batchDepth != 0) return;
+    DocumentPin pin(this);
+    // The next entry is read only after `onEvent` returns: observers may add and remove
+    // registrations (entries are never unlinked, so the iterator stays valid).
+    for (auto entry = observers.begin(); entry != observers.end(); ++entry) {
+        if (!entry->observer || (!entry->token.isNull() && entry->token != event.type)) continue;
+        if (event.canceled()) return;
+        entry->observer->onEvent(event);
+    }
+}
+
+void Arbor::Document::notifyBatch(bool begin)
+{
+    for (ObserverEntry& entry : observers) {
+        if (!entry.observer) continue;
+        if (begin)
+            entry.observer->beforeBatchChanges();
+        else
+            entry.observer->afterBatchChanges();
+    }
+}
+
+void Arbor::Document::beginBatchChanges()
+{
+    if (batchDepth != 0) {
+        ++batchDepth;
+        return;
+    }
+    DocumentPin pin(this);
+    savedMaxUndoTasks = undoStack.maxTasks();
+    undoStack.maxTasks(0);
+    notifyBatch(true);
+    if (rangeList) rangeList->purgeRanges();
+    ++batchDepth;
+}
+
+void Arbor::Document::endBatchChanges()
+{
+    if (batchDepth == 0) return;
+    if (--batchDepth != 0) return;
+    DocumentPin pin(this);
+    undoStack.maxTasks(savedMaxUndoTasks);
+    notifyBatch(false);
+    if (rangeList) rangeList->purgeRanges();
+}
+
+void Arbor::Document::postFunction(Functor* functor)
+{
+    if (!functor) return;
+    if (operationDepth == 0) {
+        std::unique_ptr<Functor> owned(functor);
+        (*owned)();
+        return;
+    }
+    postedFunctions.push_back(functor);
+}
+
+void Arbor::Document::executePostedFunctions()
+{
+    if (operationDepth != 0) return;
+    while (!postedFunctions.empty()) {
+        std::unique_ptr<Functor> functor(postedFunctions.front());
+        postedFunctions.pop_front();
+        if (functor) (*functor)();
+    }
+}

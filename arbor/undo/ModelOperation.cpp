@@ -1,0 +1,8 @@
+#include "arbor/undo/ModelOperation.h"
+
+Arbor::ModelOperation::ModelOperation(Document* document)
+    : document(document)
+{
+}
+
+Arbor::ModelOperation::~ModelOperation() = default;

@@ -1,0 +1,99 @@
+#include "arbor/undo/ReplaceChildrenOperation.h"
+
+#include "arbor/document/Document.h"
+#include "arbor/document/Events.h"
+#include "arbor/foundation/Ref.h"
+#include "arbor/tree/DomException.h"
+#include "arbor/tree/Node.h"
+
+namespace {
+
+using Arbor::Node;
+
+unsigned long clampRun(Node* first, unsigned long count)
+{
+    unsigned long present = 0;
+    for (Node* node = first; node && present < count; node = node->next)
+        ++present;
+    return present;
+}
+
+bool runIsChildOf(Node* first, unsigned long count, Node* parent)
+{
+    Node* node = first;
+    for (unsigned long i = 0; i < count; ++i, node = node->next) {
+        if (!node || node->parent != parent) return false;
+    }
+    return true;
+}
+
+// The node that follows `count` nodes from `first` (`first` itself when `count` is 0).
+Node* nodeAfterRun(Node* first, unsigned long count)
+{
+    Node* node = first;
+    for (unsigned long i = 0; i < count && node; ++i)
+        node = node->next;
+    return node;
+}
+
+} // namespace
+
+Arbor::ReplaceChildrenOperation::ReplaceChildrenOperation(
+    Document* document, Node* parent, Node* first, unsigned long count, Node* replacement)
+    : ModelOperation(document)
+    , parent(parent)
+    , first(first)
+    , count(first ? clampRun(first, count) : 0)
+    , replacement(replacement)
+    , replacementLength(Node::countFollowing(replacement))
+{
+    if (parent) parent->ref();
+    if (replacement) replacement->ref();
+}
+
+Arbor::ReplaceChildrenOperation::~ReplaceChildrenOperation()
+{
+    Plinth::releaseCounted(replacement);
+    Plinth::releaseCounted(parent);
+}
+
+// A host may have moved one of the operation's nodes meanwhile (a removed node reused outside the
+// document's content, where nothing is recorded). Linking it back would give it two parents, and
+// a run with a node cut out of it would come back incomplete, so such an execution is refused
+// before anything is announced.
+void Arbor::ReplaceChildrenOperation::checkPlacement()
+{
+    const bool placed = (!first || first->parent == parent) && runIsChildOf(first, count, parent)
+        && (!replacement
+            || (!replacement->parent && !replacement->previous
+                && Node::countFollowing(replacement) == replacementLength
+                && !parent->closesCycle(replacement)));
+    if (!placed) throw DomException(DomException::INVALID_STATE_ERR);
+}
+
+void Arbor::ReplaceChildrenOperation::execute()
+{
+    checkPlacement();
+    BeforeReplaceChildrenEvent before(parent, first, replacement, count);
+    document->fireEvent(before);
+
+    // The raw replacement gives up the tree's reference on the removed run; hold it here.
+    Plinth::Ref<Node> removedHead(count ? first : nullptr);
+    const unsigned long inserted = Node::countFollowing(replacement);
+    Plinth::Ref<Node> newPosition(replacement ? replacement : nodeAfterRun(first, count));
+
+    parent->replaceChildrenRaw(first, count, replacement);
+    Node* node = replacement;
+    for (unsigned long i = 0; i < inserted && node; ++i, node = node->next)
+        node->afterParentChanged();
+
+    first = newPosition.get();
+    replacementLength = count;
+    count = inserted;
+    Plinth::assignCounted(replacement, removedHead.get());
+
+    AfterReplaceChildrenEvent after(parent);
+    document->fireEvent(after);
+}
+
+void Arbor::ReplaceChildrenOperation::undo() { execute(); }

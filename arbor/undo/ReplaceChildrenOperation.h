@@ -1,0 +1,49 @@
+#ifndef ARBOR_UNDO_REPLACE_CHILDREN_OPERATION_H
+#define ARBOR_UNDO_REPLACE_CHILDREN_OPERATION_H
+
+#include "arbor/undo/ModelOperation.h"
+
+namespace Arbor {
+
+class Node;
+
+/// Replaces a run of children of one parent by a chain of nodes, as a self-inverse swap: each
+/// execution keeps the removed run (alive through one reference on its head) where the inserted
+/// chain was, so executing again reverts the change.
+///
+/// Nodes reused elsewhere. Before it fires anything, an execution checks that its nodes are still
+/// where it left them: the run's nodes are children of `parent`, `first` (when set) is a child of
+/// `parent`, and `replacement` heads a parentless chain, as long as the run it replaced, that does
+/// not hold `parent` or one of its ancestors. If a host has meanwhile moved one of them (say, a removed node inserted into a
+/// detached element or a fragment), the execution throws INVALID_STATE_ERR and changes nothing.
+class ARBOR_API ReplaceChildrenOperation : public ModelOperation {
+public:
+    /// The node whose children are replaced; counted.
+    Node* parent;
+    /// First child of the run, or the insertion point when `count` is 0 (null: the end).
+    Node* first;
+    /// Number of children in the run.
+    unsigned long count;
+    /// Head of the chain that takes the run's place (null: a removal); counted.
+    Node* replacement;
+
+    /// Clamps `count` to the children present from `first` on (0 for a null `first`).
+    ReplaceChildrenOperation(
+        Document* document, Node* parent, Node* first, unsigned long count, Node* replacement);
+    /// Releases `replacement`, then `parent`.
+    ~ReplaceChildrenOperation() override;
+
+    void execute() override;
+    /// `execute()`: the fields describe the inverse change.
+    void undo() override;
+
+private:
+    /// Number of nodes in the chain headed by `replacement` when it was stored.
+    unsigned long replacementLength;
+
+    void checkPlacement();
+};
+
+} // namespace Arbor
+
+#endif
