@@ -1,0 +1,112 @@
+#include "tests/allocfail/FailingAllocator.h"
+
+#include <cstddef>
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+bool armed = false;
+bool failed = false;
+unsigned long failAt = 0;
+unsigned long count = 0;
+
+// True when this allocation is the one to fail.
+bool failsNow()
+{
+    if (!armed) return false;
+    if (++count != failAt) return false;
+    failed = true;
+    return true;
+}
+
+} // namespace
+
+void AllocFail::arm(unsigned long k)
+{
+    failAt = k;
+    count = 0;
+    failed = false;
+    armed = true;
+}
+
+bool AllocFail::disarm()
+{
+    armed = false;
+    return failed;
+}
+
+unsigned long AllocFail::counted() { return count; }
+
+#if ARBOR_ALLOCFAIL_NEW_ONLY
+
+bool AllocFail::countsMalloc() { return false; }
+
+namespace {
+
+void* allocate(std::size_t size)
+{
+    if (failsNow()) throw std::bad_alloc();
+    if (void* memory = std::malloc(size ? size : 1)) return memory;
+    throw std::bad_alloc();
+}
+
+} // namespace
+
+#else
+
+// glibc's own entry points: the replacements below count and forward to them.
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* memory, std::size_t size);
+void __libc_free(void* memory);
+
+void* malloc(std::size_t size) { return failsNow() ? nullptr : __libc_malloc(size); }
+
+void* calloc(std::size_t n, std::size_t size)
+{
+    return failsNow() ? nullptr : __libc_calloc(n, size);
+}
+
+void* realloc(void* memory, std::size_t size)
+{
+    return failsNow() ? nullptr : __libc_realloc(memory, size);
+}
+
+void free(void* memory) { __libc_free(memory); }
+}
+
+bool AllocFail::countsMalloc() { return true; }
+
+namespace {
+
+// operator new goes through the counted malloc, so every allocation is counted once.
+void* allocate(std::size_t size)
+{
+    if (void* memory = std::malloc(size ? size : 1)) return memory;
+    throw std::bad_alloc();
+}
+
+} // namespace
+
+#endif
+
+void* operator new(std::size_t size) { return allocate(size); }
+void* operator new[](std::size_t size) { return allocate(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    try {
+        return allocate(size);
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+void* operator new[](std::size_t size, const std::nothrow_t& tag) noexcept
+{
+    return operator new(size, tag);
+}
+void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
+void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }

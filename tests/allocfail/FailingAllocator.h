@@ -1,0 +1,21 @@
+#ifndef ARBOR_TESTS_ALLOCFAIL_FAILING_ALLOCATOR_H
+#define ARBOR_TESTS_ALLOCFAIL_FAILING_ALLOCATOR_H
+
+// A counting allocator that replaces the global operator new (and, outside sanitizer builds,
+// malloc, calloc, realloc and free) and can be told to fail the k-th allocation.
+
+namespace AllocFail {
+
+/// Counts allocations from now on and fails the `k`-th (1-based); 0 counts without failing.
+void arm(unsigned long k);
+/// Stops counting; returns whether the armed failure happened.
+bool disarm();
+/// Number of allocations counted since the last `arm`.
+unsigned long counted();
+/// Whether malloc-family allocations are counted too (not under the address sanitizer, which
+/// owns malloc).
+bool countsMalloc();
+
+} // namespace AllocFail
+
+#endif

@@ -1,0 +1,190 @@
+#include "arbor/range/RangeList.h"
+#include "tests/support/Host.h"
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+// Deferred work: runs `work`, counting the instances alive.
+class Task final : public Arbor::Functor {
+public:
+    static int live;
+    std::function<void()> work;
+
+    explicit Task(std::function<void()> work)
+        : work(std::move(work))
+    {
+        ++live;
+    }
+    ~Task() override { --live; }
+    void operator()() override { work(); }
+};
+int Task::live = 0;
+
+// Runs the callbacks it is given.
+class Hooks final : public Arbor::IDocObserver {
+public:
+    std::function<void(Arbor::DomEvent&)> event;
+    std::function<void()> afterBatch;
+    int beforeBatches = 0;
+    int afterBatches = 0;
+
+    void beforeBatchChanges() override { ++beforeBatches; }
+    void afterBatchChanges() override
+    {
+        ++afterBatches;
+        if (afterBatch) afterBatch();
+    }
+    void onEvent(Arbor::DomEvent& e) override
+    {
+        if (event) event(e);
+    }
+};
+
+class BatchTest : public HostTest {
+protected:
+    Hooks hooks;
+    TestText* t = nullptr;
+
+    void SetUp() override
+    {
+        HostTest::SetUp();
+        t = appendText(root(), u"abc");
+        events.clear();
+    }
+    void TearDown() override
+    {
+        document().removeObserver(&hooks);
+        EXPECT_EQ(Task::live, 0) << "posted functions outlive the test";
+        HostTest::TearDown();
+    }
+    /// The number of ranges the document's range list holds.
+    unsigned long rangeCount() { return static_cast<Arbor::Node*>(document().rangeList)->items(); }
+};
+
+TEST_F(BatchTest, NestedBatchesNotifyOnce)
+{
+    document().addObserver(&hooks, Arbor::tok_AfterReplaceText);
+    document().beginBatchChanges();
+    document().beginBatchChanges();
+    document().endBatchChanges();
+    EXPECT_EQ(hooks.afterBatches, 0);
+    document().endBatchChanges();
+    document().endBatchChanges(); // unmatched: ignored
+    EXPECT_EQ(document().batchDepth, 0u);
+    EXPECT_EQ(hooks.beforeBatches, 1) << "whatever the registration's token";
+    EXPECT_EQ(hooks.afterBatches, 1);
+    EXPECT_EQ(events.lines(), (Lines { "beforeBatch", "afterBatch" }));
+}
+
+TEST_F(BatchTest, BatchSuspendsEventsAndHistory)
+{
+    document().maxUndoTasks(7);
+    t->appendData(u"d");
+    ASSERT_TRUE(document().canUndo());
+    events.clear();
+
+    document().beginBatchChanges();
+    EXPECT_EQ(document().maxUndoTasks(), 0u);
+    EXPECT_FALSE(document().canUndo());
+    TestElement* p = appendElement(root(), "p");
+    p->passNotices = true;
+    TestElement* q = appendElement(p, "q");
+    p->setAttribute("k", Arbor::LongVariant(1));
+    t->appendData(u"e");
+    EXPECT_EQ(p->parentChanges, 1) << "the tree still changes in full";
+    EXPECT_EQ(q->parentChanges, 1);
+    EXPECT_EQ(hookLog(),
+        (Lines { "beforeSetAttribute(p,p,k)", "beforeSetAttribute(q,p,k)",
+            "afterSetAttribute(p,p,k)", "afterSetAttribute(q,p,k)" }));
+    EXPECT_EQ(xml(root()), "<root>abcde<p k=\"1\"><q></q></p></root>");
+    EXPECT_EQ(events.lines(), (Lines { "beforeBatch" })) << "no event inside a batch";
+    document().endBatchChanges();
+
+    EXPECT_EQ(document().maxUndoTasks(), 7u);
+    EXPECT_FALSE(document().canUndo());
+    EXPECT_FALSE(document().canRedo());
+}
+
+TEST_F(BatchTest, ChangeFromAfterBatchIsDeliveredAndRecorded)
+{
+    document().addObserver(&hooks);
+    hooks.afterBatch = [this] { t->appendData(u"!"); };
+    document().beginBatchChanges();
+    document().endBatchChanges();
+    EXPECT_EQ(events.lines(),
+        (Lines { "beforeBatch", "afterBatch", "BeforeReplaceText(t,3,0,\"!\")",
+            "AfterReplaceText(t)" }));
+    EXPECT_TRUE(document().canUndo());
+}
+
+// A function posted during a change waits until the change has been recorded and the unheld
+// ranges have been let go, and its own change joins the same task.
+TEST_F(BatchTest, PostedFunctionRunsAfterTheOperation)
+{
+    document().addObserver(&hooks, Arbor::tok_BeforeReplaceChildren);
+    bool ran = false;
+    hooks.event = [&](Arbor::DomEvent&) {
+        hooks.event = nullptr;
+        document().createRange(false); // held by nobody
+        document().postFunction(new Task([&] {
+            ran = true;
+            EXPECT_EQ(document().operationDepth, 0u);
+            EXPECT_TRUE(document().canUndo()) << "the operation is recorded";
+            EXPECT_EQ(xml(root()), "<root>abc<p></p></root>");
+            EXPECT_EQ(rangeCount(), 0u) << "unheld ranges are let go";
+            root()->setAttribute("k", Arbor::LongVariant(1));
+        }));
+        document().executePostedFunctions(); // an operation runs: does nothing
+        EXPECT_FALSE(ran);
+        EXPECT_EQ(Task::live, 1);
+    };
+    document().newUndoTask();
+    appendElement(root(), "p");
+    EXPECT_TRUE(ran);
+    EXPECT_EQ(xml(root()), "<root k=\"1\">abc<p></p></root>");
+    document().undo();
+    EXPECT_EQ(xml(root()), "<root>abc</root>") << "one task";
+}
+
+TEST_F(BatchTest, PostedFunctionRunsAtOnceOutsideOperations)
+{
+    int runs = 0;
+    document().beginBatchChanges();
+    document().postFunction(new Task([&] { ++runs; }));
+    EXPECT_EQ(runs, 1);
+    EXPECT_EQ(Task::live, 0);
+    document().endBatchChanges();
+    document().postFunction(nullptr);
+}
+
+TEST_F(BatchTest, ThrowingFunctionIsDeletedAndTheRestStayQueued)
+{
+    document().addObserver(&hooks, Arbor::tok_AfterReplaceText);
+    Lines ran;
+    hooks.event = [&](Arbor::DomEvent&) {
+        hooks.event = nullptr;
+        document().postFunction(new Task([&] {
+            ran.push_back("first");
+            throw std::runtime_error("posted function failed");
+        }));
+        document().postFunction(new Task([&] { ran.push_back("second"); }));
+    };
+    EXPECT_THROW(t->appendData(u"d"), std::runtime_error);
+    EXPECT_EQ(xml(t), "abcd") << "the change itself went through";
+    EXPECT_TRUE(document().canUndo());
+    EXPECT_EQ(ran, (Lines { "first" }));
+    EXPECT_EQ(Task::live, 1) << "the thrower is deleted";
+    EXPECT_EQ(document().postedFunctions.size(), 1u);
+
+    document().executePostedFunctions();
+    EXPECT_EQ(ran, (Lines { "first", "second" }));
+    EXPECT_EQ(Task::live, 0);
+}
+
+} // namespace

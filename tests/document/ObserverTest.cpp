@@ -1,0 +1,277 @@
+#include "tests/support/Host.h"
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Lines = std::vector<std::string>;
+
+// An observer that writes "name:Type" into a shared log and runs `action` on each event it gets.
+class Probe final : public Arbor::IDocObserver {
+public:
+    Probe(Lines& log, const char* name)
+        : log(log)
+        , name(name)
+    {
+    }
+    std::function<void(Arbor::DomEvent&)> action;
+
+    void unObserve(Arbor::Token type) override
+    {
+        log.push_back(name + ":unObserve(" + (type.name ? type.name : "all") + ")");
+    }
+    void beforeBatchChanges() override { log.push_back(name + ":beforeBatch"); }
+    void afterBatchChanges() override { log.push_back(name + ":afterBatch"); }
+    void onEvent(Arbor::DomEvent& event) override
+    {
+        log.push_back(name + ":" + event.type.name);
+        if (action) action(event);
+    }
+
+private:
+    Lines& log;
+    std::string name;
+};
+
+class ObserverTest : public HostTest {
+protected:
+    Lines log;
+    Probe a { log, "A" }, b { log, "B" }, c { log, "C" }, d { log, "D" };
+    TestText* t = nullptr;
+
+    void SetUp() override
+    {
+        HostTest::SetUp();
+        t = appendText(root(), u"abc");
+        events.clear();
+    }
+    void TearDown() override
+    {
+        for (Probe* probe : { &a, &b, &c, &d })
+            document().removeObserver(probe);
+        HostTest::TearDown();
+    }
+    /// One text edit: a before- and an after-event.
+    void edit() { t->appendData(u"x"); }
+};
+
+TEST_F(ObserverTest, RegistrationFillsTheEarliestHole)
+{
+    for (Probe* probe : { &a, &b, &c })
+        document().addObserver(probe);
+    const auto entries = document().observers.size();
+    document().removeObserver(&b);
+    document().addObserver(&d);
+    EXPECT_EQ(document().observers.size(), entries);
+    log.clear();
+    edit();
+    EXPECT_EQ(log,
+        (Lines { "A:BeforeReplaceText", "D:BeforeReplaceText", "C:BeforeReplaceText",
+            "A:AfterReplaceText", "D:AfterReplaceText", "C:AfterReplaceText" }));
+}
+
+TEST_F(ObserverTest, TypedAndAllEventsRegistrations)
+{
+    document().addObserver(&a, Arbor::tok_BeforeReplaceText);
+    document().addObserver(&b);
+    edit();
+    appendElement(root(), "p");
+    Plinth::Ref<Arbor::Range> selected(document().createRange(true));
+    selected->setEnd(t, 1);
+    EXPECT_EQ(log,
+        (Lines { "A:BeforeReplaceText", "B:BeforeReplaceText", "B:AfterReplaceText",
+            "B:BeforeReplaceChildren", "B:AfterReplaceChildren", "B:BeforeSelectionChange",
+            "B:AfterSelectionChange" }));
+}
+
+TEST_F(ObserverTest, RemovalEndsExactlyTheNamedRegistration)
+{
+    document().addObserver(&a, Arbor::tok_BeforeReplaceText);
+    document().addObserver(&a, Arbor::tok_AfterReplaceText);
+    document().removeObserver(&a, Arbor::tok_BeforeReplaceChildren);
+    document().removeObserver(&a, Arbor::Token());
+    document().removeObserver(&b);
+    document().removeObserver(nullptr);
+    EXPECT_TRUE(log.empty()) << "no registration matched";
+
+    document().removeObserver(&a, Arbor::tok_BeforeReplaceText);
+    edit();
+    document().removeObserver(&a);
+    edit();
+    EXPECT_EQ(log,
+        (Lines { "A:unObserve(BeforeReplaceText)", "A:AfterReplaceText",
+            "A:unObserve(AfterReplaceText)" }));
+}
+
+TEST_F(ObserverTest, TwoRegistrationsMeanTwoDeliveriesAndTwoRemovals)
+{
+    document().addObserver(&a);
+    document().addObserver(&a);
+    edit();
+    EXPECT_EQ(log,
+        (Lines { "A:BeforeReplaceText", "A:BeforeReplaceText", "A:AfterReplaceText",
+            "A:AfterReplaceText" }));
+    log.clear();
+    document().removeObserver(&a, Arbor::Token());
+    edit();
+    document().removeObserver(&a, Arbor::Token());
+    edit();
+    EXPECT_EQ(log,
+        (Lines {
+            "A:unObserve(all)", "A:BeforeReplaceText", "A:AfterReplaceText", "A:unObserve(all)" }));
+}
+
+TEST_F(ObserverTest, RemovalDuringDeliveryStopsAtOnce)
+{
+    struct Case {
+        const char* name;
+        Probe* removed;
+        Lines expected;
+    };
+    const Case cases[] = {
+        { "itself", &a,
+            { "A:BeforeReplaceText", "A:unObserve(all)", "B:BeforeReplaceText",
+                "B:AfterReplaceText" } },
+        { "an observer further on", &b,
+            { "A:BeforeReplaceText", "B:unObserve(all)", "A:AfterReplaceText" } },
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        document().addObserver(&a);
+        document().addObserver(&b);
+        a.action = [&](Arbor::DomEvent&) {
+            a.action = nullptr;
+            document().removeObserver(test.removed);
+        };
+        edit();
+        EXPECT_EQ(log, test.expected);
+        document().removeObserver(&a);
+        document().removeObserver(&b);
+        log.clear();
+    }
+}
+
+TEST_F(ObserverTest, RegistrationDuringDeliveryIsReachedAtOnce)
+{
+    struct Case {
+        const char* name;
+        bool hole;
+        Lines expected;
+    };
+    const Case cases[] = {
+        { "appended", false,
+            { "A:BeforeReplaceText", "B:BeforeReplaceText", "C:BeforeReplaceText" } },
+        { "into a hole ahead", true,
+            { "A:BeforeReplaceText", "C:BeforeReplaceText", "B:BeforeReplaceText" } },
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        document().addObserver(&a, Arbor::tok_BeforeReplaceText);
+        if (test.hole) document().addObserver(&d);
+        document().addObserver(&b, Arbor::tok_BeforeReplaceText);
+        if (test.hole) document().removeObserver(&d);
+        a.action = [&](Arbor::DomEvent&) {
+            a.action = nullptr;
+            document().addObserver(&c, Arbor::tok_BeforeReplaceText);
+        };
+        log.clear();
+        edit();
+        EXPECT_EQ(log, test.expected);
+        for (Probe* probe : { &a, &b, &c, &d })
+            document().removeObserver(probe);
+        log.clear();
+    }
+}
+
+// A change made from inside a delivery is delivered in full, from the front of the list, before
+// the outer delivery goes on; it is recorded first, in the same task.
+TEST_F(ObserverTest, ChangeFromAnObserverNestsItsDelivery)
+{
+    TestText* other = appendText(root(), u"123");
+    document().addObserver(&a, Arbor::tok_AfterReplaceText);
+    document().addObserver(&b);
+    a.action = [&](Arbor::DomEvent& event) {
+        if (event.target == t) other->appendData(u"4");
+    };
+    const std::string before = xml(&document());
+    document().newUndoTask();
+    log.clear();
+    edit();
+    EXPECT_EQ(log,
+        (Lines { "B:BeforeReplaceText", "A:AfterReplaceText", "B:BeforeReplaceText",
+            "A:AfterReplaceText", "B:AfterReplaceText", "B:AfterReplaceText" }));
+    EXPECT_EQ(xml(root()), "<root>abcx1234</root>");
+    a.action = nullptr;
+    document().undo();
+    EXPECT_EQ(xml(&document()), before);
+}
+
+// A before-event observer that throws stops the change before anything moves; the document goes
+// on working and holds nothing of the failed change.
+TEST_F(ObserverTest, ThrowingObserverLeavesTheTreeUnchanged)
+{
+    struct Case {
+        const char* name;
+        Arbor::Token refused;
+        std::function<void()> change;
+    };
+    const Case cases[] = {
+        { "child insertion", Arbor::tok_BeforeReplaceChildren,
+            [this] { root()->appendChild(document().makeElement("p")); } },
+        { "text edit", Arbor::tok_BeforeReplaceText, [this] { edit(); } },
+        { "attribute", Arbor::tok_BeforeSetAttribute,
+            [this] { root()->setAttribute("k", Arbor::LongVariant(1)); } },
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        document().addObserver(&a, test.refused);
+        a.action = [](Arbor::DomEvent&) { throw std::runtime_error("refused"); };
+        document().newUndoTask();
+        const std::string before = xml(&document());
+        const auto recorded = document().undoStack.operations.size();
+        EXPECT_THROW(test.change(), std::runtime_error);
+        EXPECT_EQ(xml(&document()), before);
+        EXPECT_EQ(document().undoStack.operations.size(), recorded) << "the failed change is kept";
+        EXPECT_EQ(document().operationDepth, 0u);
+
+        a.action = nullptr;
+        expectUndoRedoRestores(test.change);
+        document().removeObserver(&a);
+        document().clearUndoStack();
+    }
+}
+
+// The range list is registered first: a host observer sees a before-event with the ranges
+// already moved.
+TEST_F(ObserverTest, RangesMoveBeforeHostObserversHearOfTheChange)
+{
+    struct Case {
+        const char* name;
+        Arbor::Token type;
+        std::function<void()> change;
+        const char* seen;
+    };
+    const Case cases[] = {
+        { "text", Arbor::tok_BeforeReplaceText, [this] { t->insertData(0, u"xy"); },
+            "(t,3)-(t,5)" },
+        { "children", Arbor::tok_BeforeReplaceChildren,
+            [this] { root()->insertBefore(document().makeElement("p"), t); }, "(root,2)-(root,2)" },
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        Plinth::Ref<Arbor::Range> r = test.type == Arbor::tok_BeforeReplaceText
+            ? range(t, 1, t, 3)
+            : range(root(), 1, root(), 1);
+        std::string seen;
+        a.action = [&](Arbor::DomEvent&) { seen = points(r.get()); };
+        document().addObserver(&a, test.type);
+        test.change();
+        EXPECT_EQ(seen, test.seen);
+        document().removeObserver(&a);
+    }
+}
+
+} // namespace

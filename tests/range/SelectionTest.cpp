@@ -1,0 +1,324 @@
+#include "tests/range/RangeFixture.h"
+
+#include <algorithm>
+
+using Arbor::DomEvent;
+using Arbor::Node;
+using Arbor::Range;
+using Plinth::Ref;
+
+namespace {
+
+class SelectionTest : public RangeTest {
+protected:
+    void SetUp() override
+    {
+        RangeTest::SetUp();
+        makeChildren(6);
+        events.clear();
+    }
+
+    /// A change of the document through a model operation (which purges the range list).
+    void edit() { appendElement(root(), "e"); }
+};
+
+TEST_F(SelectionTest, PurgeReleasesRangesHeldByNobody)
+{
+    Range* unheld = document().createRange(false);
+    Node* list = unheld->parentNode();
+    const unsigned long documentCount = document().refCount;
+    edit();
+    EXPECT_EQ(list->items(), 0u);
+    EXPECT_EQ(document().refCount, documentCount - 2) << "the purged range let its points go";
+
+    Range* held = document().createRange(false);
+    held->ref();
+    edit();
+    ASSERT_EQ(list->items(), 1u);
+    EXPECT_FALSE(held->isDetached());
+    held->unref();
+    EXPECT_EQ(held->refCount, 1u);
+    edit();
+    EXPECT_EQ(list->items(), 0u);
+
+    // Undo and redo do not purge.
+    document().newUndoTask();
+    edit();
+    Range* replayed = document().createRange(false);
+    document().undo();
+    document().redo();
+    ASSERT_EQ(list->items(), 1u);
+    EXPECT_FALSE(replayed->isDetached());
+    edit();
+    EXPECT_EQ(list->items(), 0u);
+
+    // Both batch boundaries purge.
+    document().createRange(false);
+    document().beginBatchChanges();
+    EXPECT_EQ(list->items(), 0u);
+    document().createRange(false);
+    document().endBatchChanges();
+    EXPECT_EQ(list->items(), 0u);
+
+    // The selection holds a range until it is deselected.
+    Range* selected = document().createRange(true);
+    edit();
+    ASSERT_EQ(list->items(), 1u);
+    events.clear();
+    selected->deselect();
+    EXPECT_EQ(events.take(), std::vector<std::string> { "BeforeDeselect" });
+    EXPECT_EQ(selected->refCount, 1u);
+    selected->deselect();
+    EXPECT_TRUE(events.lines().empty()) << "deselecting twice";
+    edit();
+    EXPECT_EQ(list->items(), 0u);
+}
+
+TEST_F(SelectionTest, WalksTheSelectedRangesInListOrder)
+{
+    Range* r1 = document().createRange(true);
+    Range* r2 = document().createRange(false);
+    Range* r3 = document().createRange(true);
+    EXPECT_EQ(document().firstSelectedRange(), r1);
+    EXPECT_EQ(document().nextSelectedRange(r1), r3);
+    EXPECT_EQ(document().nextSelectedRange(r3), nullptr);
+    EXPECT_EQ(document().nextSelectedRange(r2), r3);
+
+    expectDomError(8, [&] { document().nextSelectedRange(nullptr); });
+    Ref<Range> foreign(otherDocument().createRange(true));
+    expectDomError(4, [&] { document().nextSelectedRange(foreign.get()); });
+
+    r1->deselect();
+    EXPECT_EQ(document().firstSelectedRange(), r3);
+    // Detached but still selected: skipped by the walk, deselected silently by deselectRanges.
+    r3->detachSilent();
+    EXPECT_EQ(document().firstSelectedRange(), nullptr);
+    EXPECT_EQ(document().nextSelectedRange(r2), nullptr);
+    ASSERT_TRUE(r3->isSelected());
+    events.clear();
+    document().deselectRanges();
+    EXPECT_TRUE(events.lines().empty());
+    EXPECT_FALSE(r3->isSelected());
+    EXPECT_EQ(r3->refCount, 1u);
+}
+
+TEST_F(SelectionTest, DeselectRangesAnnouncesEachSelectedRangeOnce)
+{
+    Range* a = document().createRange(true);
+    document().createRange(false);
+    Range* b = document().createRange(true);
+    Range* silent = document().createRange(true);
+    silent->detachSilent();
+    Range* d = document().createRange(true);
+    std::vector<std::pair<Node*, bool>> heard; // target, still selected while announced
+    CallbackObserver watcher;
+    watcher.react = [&](DomEvent& event) {
+        if (event.type == Arbor::tok_BeforeDeselect)
+            heard.emplace_back(event.target, static_cast<Range*>(event.target)->isSelected());
+    };
+    document().addObserver(&watcher);
+
+    document().deselectRanges();
+    const std::vector<std::pair<Node*, bool>> expected = { { a, true }, { b, true }, { d, true } };
+    EXPECT_EQ(heard, expected);
+    EXPECT_EQ(events.take().size(), 3u);
+    for (Range* r : { a, b, silent, d }) {
+        EXPECT_FALSE(r->isSelected());
+        EXPECT_EQ(r->refCount, 1u);
+    }
+    EXPECT_EQ(document().firstSelectedRange(), nullptr);
+
+    document().deselectRanges();
+    EXPECT_TRUE(events.lines().empty());
+
+    // Within a batch nothing is announced.
+    Range* inBatch = document().createRange(true);
+    Ref<Range> held = selectedRange(p, 1, p, 2);
+    document().beginBatchChanges();
+    events.clear();
+    heard.clear();
+    inBatch->deselect();
+    document().deselectRanges();
+    EXPECT_TRUE(events.lines().empty());
+    EXPECT_TRUE(heard.empty());
+    EXPECT_FALSE(inBatch->isSelected());
+    EXPECT_FALSE(held->isSelected());
+    EXPECT_EQ(held->refCount, 2u);
+    document().endBatchChanges();
+    document().removeObserver(&watcher);
+}
+
+TEST_F(SelectionTest, ObserverThatDetachesCancelsTheSelectionChange)
+{
+    enum Reaction { Detach, Deselect, DetachSilently };
+    const std::string before = "BeforeSelectionChange((p,2)-(p,4))";
+    struct Case {
+        const char* what;
+        Reaction reaction;
+        std::vector<std::string> heard; // by the observer registered before the reacting one
+        std::vector<std::string> laterHears; // by the one after it
+        bool selected;
+        unsigned long refCount; // the list's and the test's (+ the selection's)
+    };
+    const Case cases[] = {
+        { "detach", Detach, { before, "BeforeDeselect" }, { "BeforeDeselect" }, false, 2 },
+        { "deselect", Deselect, { before, "BeforeDeselect" }, { "BeforeDeselect", before }, false,
+            2 },
+        // Detached but still selected: canceled all the same, and no after-event.
+        { "detachSilent", DetachSilently, { before }, {}, true, 3 },
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.what);
+        Ref<Range> r = selectedRange(p, 1, p, 4);
+        CallbackObserver reactor;
+        reactor.react = [&](DomEvent& event) {
+            if (event.type != Arbor::tok_BeforeSelectionChange) return;
+            if (test.reaction == Detach)
+                r->detach();
+            else if (test.reaction == Deselect)
+                r->deselect();
+            else
+                r->detachSilent();
+        };
+        EventLog later;
+        document().addObserver(&reactor);
+        document().addObserver(&later);
+
+        r->setStart(p, 2);
+        EXPECT_EQ(events.take(), test.heard);
+        EXPECT_EQ(later.lines(), test.laterHears);
+        EXPECT_EQ(r->isSelected(), test.selected);
+        EXPECT_EQ(r->isDetached(), test.reaction != Deselect);
+        // The new points are stored either way.
+        EXPECT_EQ(r->startContainer, p);
+        EXPECT_EQ(r->startOffset, 2u);
+        EXPECT_EQ(r->endContainer, p);
+        EXPECT_EQ(r->endOffset, 4u);
+        EXPECT_EQ(r->refCount, test.refCount);
+
+        document().removeObserver(&reactor);
+        document().removeObserver(&later);
+    }
+}
+
+TEST_F(SelectionTest, DeselectFromInsideBeforeDeselectHappensOnce)
+{
+    enum Outer { Deselect, Detach, DeselectAll };
+    for (Outer outer : { Deselect, Detach, DeselectAll }) {
+        for (bool innerDetach : { false, true }) {
+            SCOPED_TRACE("outer " + std::to_string(outer)
+                + (innerDetach ? ", inner detach" : ", inner deselect"));
+            Ref<Range> r = selectedRange(p, 1, p, 4);
+            ASSERT_EQ(r->refCount, 3u);
+            CallbackObserver reactor;
+            reactor.react = [&](DomEvent& event) {
+                if (event.type != Arbor::tok_BeforeDeselect) return;
+                if (innerDetach)
+                    r->detach();
+                else
+                    r->deselect();
+            };
+            document().addObserver(&reactor);
+            if (outer == Deselect)
+                r->deselect();
+            else if (outer == Detach)
+                r->detach();
+            else
+                document().deselectRanges();
+            EXPECT_EQ(events.take(), std::vector<std::string> { "BeforeDeselect" });
+            EXPECT_FALSE(r->isSelected());
+            EXPECT_EQ(r->isDetached(), innerDetach || outer == Detach);
+            EXPECT_EQ(r->refCount, 2u) << "the selection's reference is dropped exactly once";
+            document().removeObserver(&reactor);
+        }
+    }
+}
+
+TEST_F(SelectionTest, ClonesCopyThePointsSilently)
+{
+    Ref<Range> s = selectedRange(p, 1, c[3], 0);
+    const unsigned long pCount = p->refCount;
+    Node* list = s->parentNode();
+
+    Range* unselected = s->cloneRange(false);
+    EXPECT_FALSE(unselected->isSelected());
+    EXPECT_EQ(unselected->refCount, 1u);
+    EXPECT_EQ(points(unselected), "(p,1)-(c3,0)");
+    EXPECT_EQ(p->refCount, pCount + 1);
+    EXPECT_EQ(list->lastChild(), unselected);
+
+    Node* copy = s->cloneNode(false);
+    ASSERT_NE(copy, nullptr);
+    ASSERT_EQ(copy->nodeType(), 1000);
+    auto* selectedCopy = static_cast<Range*>(copy);
+    EXPECT_TRUE(selectedCopy->isSelected());
+    EXPECT_EQ(selectedCopy->refCount, 2u);
+    EXPECT_EQ(points(selectedCopy), "(p,1)-(c3,0)");
+
+    Node* plainCopy = unselected->cloneNode(true);
+    EXPECT_FALSE(static_cast<Range*>(plainCopy)->isSelected());
+    EXPECT_TRUE(events.lines().empty()) << "copies are made without events";
+    EXPECT_EQ(document().nextSelectedRange(s.get()), selectedCopy);
+
+    unselected->detach();
+    expectDomError(11, [&] { unselected->cloneRange(true); });
+    expectDomError(11, [&] { unselected->cloneNode(true); });
+
+    // A range the host made itself outlives the document's ability to make ranges.
+    Ref<Range> own(new Range(&document(), false, false));
+    document().tearDown();
+    EXPECT_EQ(own->cloneRange(false), nullptr);
+    EXPECT_EQ(own->cloneNode(false), nullptr);
+    own->detachSilent();
+}
+
+TEST_F(SelectionTest, TearDownDetachesAndReleasesEveryRange)
+{
+    Range* selectedUnheld = document().createRange(true);
+    selectedUnheld->selectNode(c[0]);
+    Ref<Range> selectedHeld = selectedRange(p, 0, p, 2);
+    Ref<Range> held = range(c[1], 0, p, 3);
+    document().createRange(false)->selectNode(c[1]);
+    events.clear();
+
+    document().tearDown();
+    for (const std::string& line : events.lines())
+        EXPECT_EQ(line.find("Deselect"), std::string::npos) << line;
+    EXPECT_EQ(document().createRange(false), nullptr);
+    EXPECT_EQ(document().createRange(true), nullptr);
+    EXPECT_EQ(document().firstSelectedRange(), nullptr);
+    document().deselectRanges();
+
+    for (Range* r : { selectedHeld.get(), held.get() }) {
+        EXPECT_TRUE(r->isDetached());
+        EXPECT_FALSE(r->isSelected());
+        EXPECT_EQ(r->parentNode(), nullptr) << "the range list is gone";
+    }
+    // The survivors form a parentless chain: the test holds its head, the head holds the next.
+    EXPECT_EQ(selectedHeld->previousSibling(), nullptr);
+    EXPECT_EQ(selectedHeld->refCount, 1u);
+    EXPECT_EQ(selectedHeld->nextSibling(), held.get());
+    EXPECT_EQ(held->refCount, 2u);
+    EXPECT_EQ(document().refCount, 1u) << "no range holds the document any more";
+}
+
+TEST_F(SelectionTest, RangeListIsAnInternalNode)
+{
+    Range* r = document().createRange(false);
+    Range* s = document().createRange(true);
+    Node* list = r->parentNode();
+    ASSERT_NE(list, nullptr);
+    EXPECT_EQ(list->nodeType(), 1001);
+    EXPECT_EQ(list->nodeName(), Arbor::Token("#rangelist"));
+    EXPECT_EQ(list->cloneNode(true), nullptr);
+    EXPECT_EQ(list->cloneNode(false), nullptr);
+    EXPECT_EQ(xml(list), "");
+    EXPECT_EQ(list->parentNode(), nullptr);
+    EXPECT_EQ(list->ownerDocument(), &document());
+    EXPECT_EQ(list->firstChild(), r);
+    EXPECT_EQ(r->nextSibling(), s);
+    EXPECT_EQ(list->items(), 2u);
+    EXPECT_EQ(xml(&document()).find("range"), std::string::npos);
+}
+
+} // namespace

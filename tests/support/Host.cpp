@@ -1,0 +1,337 @@
+#include "tests/support/Host.h"
+
+#include <memory>
+#include <ostream>
+#include <sstream>
+
+namespace {
+
+long liveCount = 0;
+
+std::string tokenText(Arbor::Token token) { return token.name ? token.name : "null"; }
+
+std::string valueText(const Arbor::Variant& value)
+{
+    std::string text;
+    Arbor::BasicElement::appendValueText(text, value);
+    return text;
+}
+
+std::string utf8(const char16_t* data) { return valueText(Arbor::UStringVariant(data)); }
+
+std::string point(Arbor::Node* container, unsigned long offset)
+{
+    return "(" + nameOf(container) + "," + std::to_string(offset) + ")";
+}
+
+std::string childEvent(const Arbor::BeforeReplaceChildrenEvent& e)
+{
+    return "BeforeReplaceChildren(" + nameOf(e.target) + ",child=" + nameOf(e.child)
+        + ",new=" + nameOf(e.newChild) + ",count=" + std::to_string(e.count) + ")";
+}
+
+std::string textEvent(const Arbor::BeforeReplaceTextEvent& e)
+{
+    std::string data = e.data ? "\"" + utf8(e.data) + "\"" : "null";
+    return "BeforeReplaceText(" + nameOf(e.target) + "," + std::to_string(e.offset) + ","
+        + std::to_string(e.count) + "," + data + ")";
+}
+
+std::string attributeEvent(const Arbor::DomAttributeEvent& e, const char* what)
+{
+    return std::string(what) + "(" + nameOf(e.target) + "," + tokenText(e.name) + ")";
+}
+
+std::string describe(Arbor::DomEvent& event)
+{
+    using namespace Arbor;
+    const Token type = event.type;
+    if (type == tok_BeforeReplaceChildren)
+        return childEvent(static_cast<BeforeReplaceChildrenEvent&>(event));
+    if (type == tok_AfterReplaceChildren)
+        return "AfterReplaceChildren(" + nameOf(event.target) + ")";
+    if (type == tok_BeforeReplaceText)
+        return textEvent(static_cast<BeforeReplaceTextEvent&>(event));
+    if (type == tok_AfterReplaceText) return "AfterReplaceText(" + nameOf(event.target) + ")";
+    if (type == tok_BeforeSetAttribute) {
+        auto& e = static_cast<BeforeSetAttributeEvent&>(event);
+        return "BeforeSetAttribute(" + nameOf(e.target) + "," + tokenText(e.name) + "="
+            + valueText(*e.value) + ")";
+    }
+    if (type == tok_AfterSetAttribute)
+        return attributeEvent(static_cast<DomAttributeEvent&>(event), "AfterSetAttribute");
+    if (type == tok_BeforeRemoveAttribute)
+        return attributeEvent(static_cast<DomAttributeEvent&>(event), "BeforeRemoveAttribute");
+    if (type == tok_AfterRemoveAttribute)
+        return attributeEvent(static_cast<DomAttributeEvent&>(event), "AfterRemoveAttribute");
+    if (type == tok_BeforeSelectionChange) {
+        auto& e = static_cast<BeforeSelectionChangeEvent&>(event);
+        return "BeforeSelectionChange(" + point(e.startContainer, e.startOffset) + "-"
+            + point(e.endContainer, e.endOffset) + ")";
+    }
+    return tokenText(type);
+}
+
+} // namespace
+
+long liveHostObjects() { return liveCount; }
+
+std::vector<std::string>& hookLog()
+{
+    static std::vector<std::string> calls;
+    return calls;
+}
+
+std::string nameOf(Arbor::Node* node)
+{
+    if (!node) return "null";
+    if (Arbor::Element* element = node->asElement()) return tokenText(element->tagName());
+    if (node->asText()) return "t";
+    return tokenText(node->nodeName());
+}
+
+// TestElement
+
+TestElement::TestElement(Arbor::Document* document, Arbor::Token tag)
+    : BasicElement(document, tag)
+{
+    ++liveCount;
+}
+
+TestElement::~TestElement() { --liveCount; }
+
+Arbor::Node* TestElement::cloneNode(bool deep)
+{
+    std::unique_ptr<TestElement> copy(new TestElement(document, tagName()));
+    for (unsigned long i = 0; i < attributeCount(); ++i)
+        copy->setAttributeRaw(attributeAt(i).first, attributeAt(i).second);
+    if (deep) cloneChildren(copy.get());
+    return copy.release();
+}
+
+bool TestElement::readOnly() const { return readOnlyNode; }
+
+void TestElement::afterParentChanged()
+{
+    ++parentChanges;
+    BasicElement::afterParentChanged();
+}
+
+bool TestElement::mayReplaceChildren(Arbor::Node* first, unsigned long count, Arbor::Node* newChild)
+{
+    return !refuseChildren && BasicElement::mayReplaceChildren(first, count, newChild);
+}
+
+bool TestElement::maySetAttribute(Arbor::Token, const Arbor::Variant&) { return !refuseSet; }
+
+bool TestElement::mayRemoveAttribute(Arbor::Token) { return !refuseRemove; }
+
+bool TestElement::beforeSetAttribute(
+    Arbor::Element* element, Arbor::Token name, const Arbor::Variant&)
+{
+    return logHook("beforeSetAttribute", element, name);
+}
+
+bool TestElement::afterSetAttribute(Arbor::Element* element, Arbor::Token name)
+{
+    return logHook("afterSetAttribute", element, name);
+}
+
+bool TestElement::beforeRemoveAttribute(Arbor::Element* element, Arbor::Token name)
+{
+    return logHook("beforeRemoveAttribute", element, name);
+}
+
+bool TestElement::afterRemoveAttribute(Arbor::Element* element, Arbor::Token name)
+{
+    return logHook("afterRemoveAttribute", element, name);
+}
+
+bool TestElement::logHook(const char* hook, Arbor::Element* element, Arbor::Token name)
+{
+    hookLog().push_back(std::string(hook) + "(" + nameOf(this) + "," + nameOf(element) + ","
+        + tokenText(name) + ")");
+    return passNotices;
+}
+
+// TestText
+
+TestText::TestText(Arbor::Document* document, const char16_t* data)
+    : Text(document, data)
+{
+    ++liveCount;
+}
+
+TestText::~TestText() { --liveCount; }
+
+bool TestText::readOnly() const { return readOnlyNode; }
+
+bool TestText::mayReplaceData(unsigned long, unsigned long, const char16_t*) { return !refuseEdit; }
+
+// TestDocument
+
+TestDocument::TestDocument() { ++liveCount; }
+
+TestDocument::~TestDocument() { --liveCount; }
+
+Arbor::Element* TestDocument::createElement(Arbor::Token tagName)
+{
+    return new TestElement(this, tagName);
+}
+
+TestElement* TestDocument::makeElement(const char* name)
+{
+    return new TestElement(this, Arbor::Token(name));
+}
+
+TestText* TestDocument::makeText(const char16_t* data) { return new TestText(this, data); }
+
+// EventLog
+
+void EventLog::unObserve(Arbor::Token type)
+{
+    logged.push_back("unObserve(" + (type.name ? std::string(type.name) : "all") + ")");
+}
+
+void EventLog::beforeBatchChanges() { logged.push_back("beforeBatch"); }
+
+void EventLog::afterBatchChanges() { logged.push_back("afterBatch"); }
+
+void EventLog::onEvent(Arbor::DomEvent& event) { logged.push_back(describe(event)); }
+
+std::vector<std::string> EventLog::take()
+{
+    std::vector<std::string> taken;
+    taken.swap(logged);
+    return taken;
+}
+
+// Snapshot
+
+bool Snapshot::operator==(const Snapshot& other) const
+{
+    return xml == other.xml && events == other.events && canUndo == other.canUndo
+        && canRedo == other.canRedo;
+}
+
+std::ostream& operator<<(std::ostream& os, const Snapshot& snapshot)
+{
+    os << snapshot.xml << "events:";
+    for (const std::string& line : snapshot.events)
+        os << ' ' << line;
+    return os << "\ncanUndo=" << snapshot.canUndo << " canRedo=" << snapshot.canRedo;
+}
+
+// HostTest
+
+void HostTest::SetUp()
+{
+    liveAtStart = liveHostObjects();
+    doc = Plinth::Ref<TestDocument>(new TestDocument);
+    rootElement = appendElement(doc.get(), "root");
+    doc->addObserver(&events);
+    events.clear();
+    hookLog().clear();
+}
+
+void HostTest::TearDown()
+{
+    rootElement = nullptr;
+    if (doc) {
+        doc->removeObserver(&events);
+        doc->tearDown();
+    }
+    if (other) other->tearDown();
+    doc.reset();
+    other.reset();
+    hookLog().clear();
+    EXPECT_EQ(liveHostObjects(), liveAtStart) << "host objects outlive the test";
+}
+
+TestDocument& HostTest::otherDocument()
+{
+    if (!other) other = Plinth::Ref<TestDocument>(new TestDocument);
+    return *other;
+}
+
+TestElement* HostTest::appendElement(Arbor::Node* parent, const char* name)
+{
+    TestElement* element = doc->makeElement(name);
+    parent->appendChild(element);
+    return element;
+}
+
+TestText* HostTest::appendText(Arbor::Node* parent, const char16_t* data)
+{
+    TestText* text = doc->makeText(data);
+    parent->appendChild(text);
+    return text;
+}
+
+std::string HostTest::xml(Arbor::Node* node)
+{
+    std::ostringstream os;
+    node->putXml(os);
+    return os.str();
+}
+
+Plinth::Ref<Arbor::Range> HostTest::range(
+    Arbor::Node* sc, unsigned long so, Arbor::Node* ec, unsigned long eo)
+{
+    // A new range sits at (document, 0), before every point of the document, so setting the end
+    // first never puts the start after the end.
+    Plinth::Ref<Arbor::Range> made(doc->createRange(false));
+    made->setEnd(ec, eo);
+    made->setStart(sc, so);
+    return made;
+}
+
+std::string HostTest::points(const Arbor::Range* range)
+{
+    if (range->isDetached()) return "detached";
+    return point(range->startContainer, range->startOffset) + "-"
+        + point(range->endContainer, range->endOffset);
+}
+
+Snapshot HostTest::snapshot()
+{
+    return Snapshot { xml(doc.get()), events.lines(), doc->canUndo(), doc->canRedo() };
+}
+
+void HostTest::expectDomError(long code, const std::function<void()>& action)
+{
+    try {
+        action();
+    } catch (const Arbor::DomException& e) {
+        EXPECT_EQ(e.code, code) << "thrown " << e.causeName() << ", expected "
+                                << Arbor::DomException(code).causeName();
+        return;
+    }
+    ADD_FAILURE() << "expected " << Arbor::DomException(code).causeName() << ", nothing thrown";
+}
+
+void HostTest::expectRangeError(long code, const std::function<void()>& action)
+{
+    try {
+        action();
+    } catch (const Arbor::RangeException& e) {
+        EXPECT_EQ(e.code, code) << "thrown " << e.causeName() << ", expected "
+                                << Arbor::RangeException(code).causeName();
+        return;
+    }
+    ADD_FAILURE() << "expected " << Arbor::RangeException(code).causeName() << ", nothing thrown";
+}
+
+void HostTest::expectUndoRedoRestores(const std::function<void()>& change)
+{
+    const std::string before = xml(doc.get());
+    doc->newUndoTask();
+    change();
+    const std::string after = xml(doc.get());
+    ASSERT_TRUE(doc->canUndo()) << "the change recorded nothing";
+    doc->undo();
+    EXPECT_EQ(xml(doc.get()), before) << "undo";
+    ASSERT_TRUE(doc->canRedo());
+    doc->redo();
+    EXPECT_EQ(xml(doc.get()), after) << "redo";
+}

@@ -1,0 +1,253 @@
+// Parentless sibling chains (split parentless text, removed runs): inserting a node of such a chain
+// cuts it out of the chain first, a direct replaceChildren refuses anything but a chain head, and
+// a node whose predecessor died comes out as a clean chain head.
+
+#include "tests/support/Host.h"
+#include "tests/traps/LinkCheck.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using ParentlessChainTest = HostTest;
+
+namespace {
+
+using Arbor::Node;
+using traps::dataOf;
+using traps::xmlOf;
+
+// The data of the nodes from `head` along `next`, space separated.
+std::string chainText(Node* head)
+{
+    std::string out;
+    for (Node* node = head; node; node = node->next)
+        out += (out.empty() ? "" : " ") + dataOf(node);
+    return out;
+}
+
+// Splits a parentless text "abcd" into the chain "a b c d" and returns its nodes.
+std::vector<Node*> splitIntoChain(Arbor::Text* text)
+{
+    text->splitText(3);
+    text->splitText(2);
+    text->splitText(1);
+    std::vector<Node*> nodes;
+    for (Node* node = text; node; node = node->next)
+        nodes.push_back(node);
+    return nodes;
+}
+
+enum class Op { InsertBefore, Append, Replace };
+
+} // namespace
+
+TEST_F(ParentlessChainTest, SplitOfParentlessTextBuildsAChain)
+{
+    Plinth::Ref<Node> head(document().makeText(u"abcd"));
+    Node* second = head->asText()->splitText(2);
+    EXPECT_EQ(chainText(head.get()), "ab cd");
+    EXPECT_EQ(second->previousSibling(), head.get());
+    EXPECT_EQ(second->parentNode(), nullptr);
+    traps::Held held { { head.get(), 1 } };
+    traps::expectConsistent({ head.get() }, &held);
+
+    // Splitting the head and a middle node of the chain links the new nodes in place.
+    Node* third = second->asText()->splitText(1);
+    head->asText()->splitText(1);
+    EXPECT_EQ(chainText(head.get()), "a b c d");
+    EXPECT_EQ(third->previousSibling(), second);
+    traps::expectConsistent({ head.get() }, &held);
+}
+
+TEST_F(ParentlessChainTest, InsertingAChainNodeCutsItOutOfTheChain)
+{
+    struct Position {
+        const char* name;
+        int index;
+        const char* chainAfter; // what is left from the head on (the head itself when inserted)
+    };
+    const Position positions[] = {
+        { "head", 0, "a" },
+        { "middle", 2, "a b d" },
+        { "tail", 3, "a b c" },
+    };
+    const Op ops[] = { Op::InsertBefore, Op::Append, Op::Replace };
+    const char* opNames[] = { "insertBefore", "appendChild", "replaceChild" };
+
+    for (bool inDocument : { false, true }) {
+        for (const Position& position : positions) {
+            for (int o = 0; o < 3; ++o) {
+                SCOPED_TRACE(std::string(inDocument ? "in document, " : "detached, ")
+                    + position.name + ", " + opNames[o]);
+                Plinth::Ref<Node> p(document().makeElement("p"));
+                if (inDocument) root()->appendChild(p.get());
+                TestElement* x = appendElement(p.get(), "x");
+                TestElement* y = appendElement(p.get(), "y");
+                Plinth::Ref<Node> head(document().makeText(u"abcd"));
+                const std::vector<Node*> nodes = splitIntoChain(head->asText());
+                Node* node = nodes[position.index];
+                Plinth::Ref<Node> chosen(node);
+                document().clearUndoStack();
+                const std::string before = xmlOf(&document());
+                document().newUndoTask();
+
+                const std::string data = dataOf(node);
+                std::string expected;
+                switch (ops[o]) {
+                case Op::InsertBefore:
+                    EXPECT_EQ(p->insertBefore(node, y), node);
+                    expected = "<p><x></x>" + data + "<y></y></p>";
+                    break;
+                case Op::Append:
+                    EXPECT_EQ(p->appendChild(node), node);
+                    expected = "<p><x></x><y></y>" + data + "</p>";
+                    break;
+                case Op::Replace:
+                    EXPECT_EQ(p->replaceChild(node, x), x);
+                    expected = "<p>" + data + "<y></y></p>";
+                    break;
+                }
+                EXPECT_EQ(xmlOf(p.get()), expected);
+                EXPECT_EQ(node->parentNode(), p.get());
+                if (position.index == 0)
+                    EXPECT_EQ(node->nextSibling() ? nameOf(node->nextSibling()) : "null",
+                        ops[o] == Op::Append ? "null" : "y");
+                else
+                    EXPECT_EQ(chainText(head.get()), position.chainAfter);
+                if (inDocument) {
+                    traps::expectConsistent({ p.get(), head.get(), node });
+                    const std::string after = xmlOf(&document());
+                    ASSERT_TRUE(document().canUndo());
+                    document().undo();
+                    EXPECT_EQ(xmlOf(&document()), before);
+                    EXPECT_EQ(node->parentNode(), nullptr);
+                    traps::expectConsistent({ p.get(), head.get(), node });
+                    document().redo();
+                    EXPECT_EQ(xmlOf(&document()), after);
+                    traps::expectConsistent({ p.get(), head.get(), node });
+                } else {
+                    // Counted links plus the test's references: nothing held twice or lost.
+                    traps::Held held { { p.get(), 1 }, { head.get(), 1 } };
+                    ++held[node];
+                    traps::expectConsistent({ p.get(), head.get(), node }, &held);
+                }
+                if (inDocument) root()->removeChild(p.get());
+                if (HasFailure()) return;
+            }
+        }
+    }
+}
+
+TEST_F(ParentlessChainTest, DirectReplaceChildrenRefusesAllButAChainHead)
+{
+    for (bool inDocument : { false, true }) {
+        Plinth::Ref<Node> p(document().makeElement("p"));
+        if (inDocument) root()->appendChild(p.get());
+        appendElement(p.get(), "x");
+        Plinth::Ref<Node> q(document().makeElement("q"));
+        TestElement* owned = appendElement(q.get(), "owned");
+        Plinth::Ref<Node> head(document().makeText(u"abcd"));
+        const std::vector<Node*> nodes = splitIntoChain(head->asText());
+        document().clearUndoStack();
+
+        struct Case {
+            const char* name;
+            Node* newChild;
+        };
+        const Case cases[] = {
+            { "middle of a chain", nodes[1] },
+            { "tail of a chain", nodes[3] },
+            { "node with a parent", owned },
+        };
+        for (const Case& c : cases) {
+            for (Node* first : { static_cast<Node*>(nullptr), p->firstChild() }) {
+                SCOPED_TRACE(std::string(inDocument ? "in document, " : "detached, ") + c.name
+                    + (first ? ", before x" : ", append"));
+                const Snapshot before = snapshot();
+                const std::string pXml = xmlOf(p.get());
+                expectDomError(Arbor::DomException::HIERARCHY_REQUEST_ERR,
+                    [&] { p->replaceChildren(first, 0, c.newChild); });
+                EXPECT_EQ(snapshot(), before);
+                EXPECT_EQ(xmlOf(p.get()), pXml);
+                EXPECT_EQ(xmlOf(q.get()), "<q><owned></owned></q>");
+                EXPECT_EQ(chainText(head.get()), "a b c d");
+                traps::Held held { { head.get(), 1 }, { q.get(), 1 } };
+                traps::expectConsistent({ head.get(), q.get() }, &held);
+                traps::expectConsistent({ p.get() });
+            }
+        }
+        if (inDocument) root()->removeChild(p.get());
+    }
+}
+
+// The head of a parentless chain dies while the node after it is held elsewhere: the survivor has
+// no dangling `previous`, can be read and moves into a tree like any chain head.
+TEST_F(ParentlessChainTest, SurvivorOfADestroyedPredecessor)
+{
+    struct Case {
+        const char* name;
+        int survivorIndex;
+        bool intoDocument;
+        const char* survivorChain;
+    };
+    const Case cases[] = {
+        { "second of two, into the document", 1, true, "bcd" },
+        { "second of four, into a detached element", 1, false, "b c d" },
+        { "third of four, into the document", 2, true, "c d" },
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Plinth::Ref<Node> head(document().makeText(u"abcd"));
+        std::vector<Node*> nodes;
+        if (c.survivorIndex == 1 && c.intoDocument)
+            nodes = { head.get(), head->asText()->splitText(1) };
+        else
+            nodes = splitIntoChain(head->asText());
+        Plinth::Ref<Node> survivor(nodes[c.survivorIndex]);
+        if (c.survivorIndex == 2) {
+            // Cut the chain after the first node so the survivor's predecessor is the head.
+            Plinth::Ref<Node> second(nodes[1]);
+            head.reset();
+            head = second;
+        }
+
+        head.reset();
+        EXPECT_EQ(survivor->previousSibling(), nullptr);
+        EXPECT_EQ(survivor->parentNode(), nullptr);
+        EXPECT_EQ(chainText(survivor.get()), c.survivorChain);
+        traps::Held held { { survivor.get(), 1 } };
+        traps::expectConsistent({ survivor.get() }, &held);
+
+        Plinth::Ref<Node> target(
+            c.intoDocument ? static_cast<Node*>(root()) : document().makeElement("target"));
+        target->appendChild(survivor.get());
+        EXPECT_EQ(survivor->parentNode(), target.get());
+        EXPECT_EQ(target->lastChild(), survivor.get());
+        EXPECT_EQ(survivor->nextSibling(), nullptr) << "only the one node moves";
+        EXPECT_EQ(dataOf(survivor.get()), dataOf(nodes[c.survivorIndex]));
+        traps::expectConsistent({ target.get(), survivor.get() });
+        if (c.intoDocument) root()->removeChild(survivor.get());
+    }
+}
+
+// A removed run that nobody holds dies except for the node the host keeps: that node is a clean
+// chain head and can be inserted.
+TEST_F(ParentlessChainTest, SurvivorOfARemovedRun)
+{
+    Plinth::Ref<Node> p(document().makeElement("p"));
+    appendElement(p.get(), "a");
+    Plinth::Ref<Node> b(appendElement(p.get(), "b"));
+    appendElement(p.get(), "c");
+    p->replaceChildren(p->firstChild(), 2, nullptr);
+    EXPECT_EQ(xmlOf(p.get()), "<p><c></c></p>");
+    EXPECT_EQ(b->previousSibling(), nullptr);
+    EXPECT_EQ(b->nextSibling(), nullptr);
+    EXPECT_EQ(b->parentNode(), nullptr);
+    EXPECT_EQ(b->refCount, 1u);
+
+    root()->insertBefore(b.get(), nullptr);
+    EXPECT_EQ(xml(root()), "<root><b></b></root>");
+    traps::expectConsistent({ root(), p.get() });
+}

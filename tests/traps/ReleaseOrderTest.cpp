@@ -1,0 +1,268 @@
+// Every order in which a host may let go of a document, its root element and the ranges it holds,
+// with and without tearDown() first, with and without an open batch: nothing may be destroyed
+// twice, read after it is freed or leaked.
+
+#include "tests/support/Host.h"
+#include "tests/traps/LinkCheck.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Arbor::Node;
+using Arbor::Range;
+
+// A range of `doc` from (sc, so) to (ec, eo), end set first (a new range sits at (doc, 0)).
+Range* makeRange(TestDocument* doc, bool selected, bool held, Node* sc, unsigned long so, Node* ec,
+    unsigned long eo)
+{
+    Range* range = doc->createRange(selected);
+    if (held) range->ref();
+    range->setEnd(ec, eo);
+    range->setStart(sc, so);
+    return range;
+}
+
+// What the test holds: one reference on the document, the root element and three ranges.
+struct Scene {
+    TestDocument* doc = nullptr;
+    TestElement* root = nullptr;
+    Range* selected = nullptr;
+    Range* onText = nullptr;
+    Range* onElement = nullptr;
+
+    // <root><a>hello</a><b><c/></b>tail</root>, with <gone>bye<x/></gone> appended and removed
+    // (kept by the undo history) and an unheld range either in the text or on the document node.
+    explicit Scene(bool unheldOnDocument)
+    {
+        doc = new TestDocument;
+        doc->ref();
+        root = doc->makeElement("root");
+        doc->appendChild(root);
+        root->ref();
+        TestElement* a = doc->makeElement("a");
+        root->appendChild(a);
+        TestText* hello = doc->makeText(u"hello");
+        a->appendChild(hello);
+        TestElement* b = doc->makeElement("b");
+        root->appendChild(b);
+        b->appendChild(doc->makeElement("c"));
+        TestText* tail = doc->makeText(u"tail");
+        root->appendChild(tail);
+        TestElement* gone = doc->makeElement("gone");
+        gone->appendChild(doc->makeText(u"bye"));
+        gone->appendChild(doc->makeElement("x"));
+        root->appendChild(gone);
+        root->removeChild(gone);
+
+        selected = makeRange(doc, true, true, hello, 1, tail, 2);
+        onText = makeRange(doc, false, true, hello, 1, hello, 4);
+        onElement = makeRange(doc, false, true, b, 0, b, 1);
+        if (unheldOnDocument)
+            doc->createRange(false); // stays at (document, 0)
+        else
+            makeRange(doc, false, false, tail, 0, tail, 3);
+    }
+};
+
+enum Item { Doc, Root, Selected, OnText, OnElement };
+const char* const itemNames[] = { "document", "root", "selected", "onText", "onElement" };
+
+// The held ranges still alive must be detached and outside every list.
+void expectRangesDetached(const Scene& scene, const std::vector<bool>& released)
+{
+    const Range* ranges[] = { scene.selected, scene.onText, scene.onElement };
+    for (int i = 0; i < 3; ++i) {
+        if (released[Selected + i]) continue;
+        EXPECT_TRUE(ranges[i]->isDetached()) << itemNames[Selected + i];
+        EXPECT_EQ(ranges[i]->parentNode(), nullptr) << itemNames[Selected + i];
+        EXPECT_EQ(ranges[i]->startContainer, nullptr) << itemNames[Selected + i];
+    }
+}
+
+void runOrder(const std::vector<Item>& order, bool batch, bool tearDownFirst, bool unheldOnDocument)
+{
+    const long baseline = liveHostObjects();
+    Scene scene(unheldOnDocument);
+    if (batch) scene.doc->beginBatchChanges();
+    // Parked ranges (batch) or a range on the document node hold the document while its range
+    // list holds them: then only tearDown() ends it.
+    const bool keepsItselfAlive = !tearDownFirst && (batch || unheldOnDocument);
+    if (tearDownFirst) {
+        scene.doc->tearDown();
+        expectRangesDetached(scene, std::vector<bool>(5, false));
+    }
+    const long aliveBeforeReleases = liveHostObjects();
+
+    std::vector<bool> released(5, false);
+    bool documentGone = false;
+    for (Item item : order) {
+        released[item] = true;
+        switch (item) {
+        case Doc:
+            scene.doc->unref();
+            documentGone = !keepsItselfAlive;
+            break;
+        case Root:
+            scene.root->unref();
+            break;
+        case Selected:
+            scene.selected->unref();
+            break;
+        case OnText:
+            scene.onText->unref();
+            break;
+        case OnElement:
+            scene.onElement->unref();
+            break;
+        }
+        if (documentGone) {
+            expectRangesDetached(scene, released);
+            if (!released[Root]) {
+                EXPECT_EQ(scene.root->parentNode(), nullptr);
+                traps::expectConsistent({ scene.root });
+                EXPECT_EQ(scene.root->items(), 3u);
+            }
+        }
+    }
+
+    if (keepsItselfAlive) {
+        EXPECT_EQ(liveHostObjects(), aliveBeforeReleases) << "the document should still be alive";
+        // Nobody holds the document any more; tearDown() must release it and everything else.
+        scene.doc->tearDown();
+    }
+    EXPECT_EQ(liveHostObjects(), baseline) << "host objects leaked";
+}
+
+std::string describe(const std::vector<Item>& order)
+{
+    std::string text;
+    for (Item item : order)
+        text += std::string(text.empty() ? "" : ",") + itemNames[item];
+    return text;
+}
+
+} // namespace
+
+TEST(ReleaseOrderTest, EveryPermutationWithAndWithoutTearDownAndBatch)
+{
+    for (int variant = 0; variant < 8; ++variant) {
+        const bool batch = variant & 1;
+        const bool tearDownFirst = variant & 2;
+        const bool unheldOnDocument = variant & 4;
+        std::vector<Item> order = { Doc, Root, Selected, OnText, OnElement };
+        int runs = 0;
+        do {
+            SCOPED_TRACE(std::string(batch ? "batch " : "") + (tearDownFirst ? "tearDown " : "")
+                + (unheldOnDocument ? "unheld-on-document " : "") + describe(order));
+            runOrder(order, batch, tearDownFirst, unheldOnDocument);
+            ++runs;
+            if (HasFailure()) return;
+        } while (std::next_permutation(order.begin(), order.end()));
+        EXPECT_EQ(runs, 120);
+    }
+}
+
+// Held nodes outlive the document: each comes out with no parent, its subtree intact, readable,
+// and is released afterwards, in either order.
+TEST(ReleaseOrderTest, NodesOutliveTheirDocument)
+{
+    struct Case {
+        const char* name;
+        bool holdText;
+        bool holdElement;
+        bool textFirst;
+    };
+    const Case cases[] = {
+        { "text alone", true, false, true },
+        { "element subtree alone", false, true, true },
+        { "both, text released first", true, true, true },
+        { "both, element released first", true, true, false },
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        const long baseline = liveHostObjects();
+        // <root><e><f/>inner</e>mid<g/></root>
+        Plinth::Ref<TestDocument> doc(new TestDocument);
+        TestElement* root = doc->makeElement("root");
+        doc->appendChild(root);
+        TestElement* e = doc->makeElement("e");
+        root->appendChild(e);
+        e->appendChild(doc->makeElement("f"));
+        e->appendChild(doc->makeText(u"inner"));
+        TestText* mid = doc->makeText(u"mid");
+        root->appendChild(mid);
+        root->appendChild(doc->makeElement("g"));
+        Plinth::Ref<Node> text(c.holdText ? mid : nullptr);
+        Plinth::Ref<Node> element(c.holdElement ? e : nullptr);
+
+        doc.reset();
+        if (element) {
+            EXPECT_EQ(element->parentNode(), nullptr);
+            EXPECT_EQ(traps::xmlOf(element.get()), "<e><f></f>inner</e>");
+            traps::expectConsistent({ element.get() });
+        }
+        if (text) {
+            // The first surviving sibling loses its dangling `previous` and keeps <g/> after it.
+            EXPECT_EQ(text->parentNode(), nullptr);
+            EXPECT_EQ(text->previousSibling(), element ? element.get() : nullptr);
+            EXPECT_EQ(traps::dataOf(text.get()), "mid");
+            ASSERT_NE(text->nextSibling(), nullptr);
+            EXPECT_EQ(nameOf(text->nextSibling()), "g");
+            traps::expectConsistent({ text.get() });
+        }
+        if (c.textFirst) text.reset();
+        element.reset();
+        text.reset();
+        EXPECT_EQ(liveHostObjects(), baseline);
+    }
+}
+
+TEST(ReleaseOrderTest, HeldRangeOutlivesItsDocument)
+{
+    const long baseline = liveHostObjects();
+    Plinth::Ref<TestDocument> doc(new TestDocument);
+    TestElement* root = doc->makeElement("root");
+    doc->appendChild(root);
+    TestText* text = doc->makeText(u"abc");
+    root->appendChild(text);
+    Plinth::Ref<Range> range(makeRange(doc.get(), false, false, text, 1, root, 1));
+    Plinth::Ref<Range> selected(makeRange(doc.get(), true, false, text, 0, text, 2));
+
+    doc.reset();
+    EXPECT_EQ(liveHostObjects(), baseline);
+    for (Range* r : { range.get(), selected.get() }) {
+        EXPECT_TRUE(r->isDetached());
+        EXPECT_FALSE(r->isSelected());
+        EXPECT_EQ(r->parentNode(), nullptr);
+        EXPECT_EQ(r->startContainer, nullptr);
+        EXPECT_EQ(r->endContainer, nullptr);
+    }
+}
+
+TEST(ReleaseOrderTest, DocumentDestroyedWhileABatchIsOpen)
+{
+    const long baseline = liveHostObjects();
+    auto* doc = new TestDocument;
+    doc->ref();
+    TestElement* root = doc->makeElement("root");
+    doc->appendChild(root);
+    TestElement* a = doc->makeElement("a");
+    root->appendChild(a);
+    root->appendChild(doc->makeText(u"text"));
+    root->removeChild(a);
+    Range* range = makeRange(doc, false, true, root, 0, root, 1);
+    range->detach(); // a detached range does not park on the document
+    doc->beginBatchChanges();
+    doc->beginBatchChanges();
+    root->appendChild(doc->makeElement("late"));
+
+    doc->unref();
+    EXPECT_EQ(liveHostObjects(), baseline);
+    EXPECT_EQ(range->parentNode(), nullptr);
+    range->unref();
+}

@@ -1,0 +1,147 @@
+#include "tests/support/Host.h"
+#include "tests/tree/TreeCheck.h"
+
+#include <climits>
+#include <vector>
+
+using NodeNavigationTest = HostTest;
+
+namespace {
+
+// Every node of the tree below `node` (itself included).
+void collect(Arbor::Node* node, std::vector<Arbor::Node*>& out)
+{
+    out.push_back(node);
+    for (Arbor::Node* child = node->firstChild(); child; child = child->next)
+        collect(child, out);
+}
+
+} // namespace
+
+TEST_F(NodeNavigationTest, PositionsAndCounts)
+{
+    TestElement* a = appendElement(root(), "a");
+    TestElement* b = appendElement(root(), "b");
+    TestText* c = appendText(root(), u"c");
+
+    EXPECT_EQ(a->parentOffset(), 0u);
+    EXPECT_EQ(b->parentOffset(), 1u);
+    EXPECT_EQ(c->parentOffset(), 2u);
+    EXPECT_EQ(Arbor::Node::countFollowing(a), 3u);
+    EXPECT_EQ(Arbor::Node::countFollowing(c), 1u);
+    EXPECT_EQ(Arbor::Node::countFollowing(nullptr), 0u);
+    EXPECT_EQ(root()->items(), 3u);
+    EXPECT_EQ(a->items(), 0u);
+
+    // A parentless node, alone or heading a chain, answers 0.
+    Plinth::Ref<TestText> loose(document().makeText(u"abc"));
+    EXPECT_EQ(loose->parentOffset(), 0u);
+    Arbor::Text* tail = loose->splitText(1);
+    EXPECT_EQ(tail->parentOffset(), 0u);
+    EXPECT_EQ(Arbor::Node::countFollowing(loose.get()), 2u);
+}
+
+TEST_F(NodeNavigationTest, FindChildByNameAndIndex)
+{
+    EXPECT_EQ(root()->findChild(0ul), nullptr);
+    EXPECT_EQ(root()->findChild(Arbor::Token("x")), nullptr);
+
+    TestElement* x1 = appendElement(root(), "x");
+    TestText* text = appendText(root(), u"t");
+    TestElement* y = appendElement(root(), "y");
+    appendElement(root(), "x");
+
+    EXPECT_EQ(root()->findChild(Arbor::Token("x")), x1) << "the first of several";
+    EXPECT_EQ(root()->findChild(Arbor::Token("y")), y);
+    EXPECT_EQ(root()->findChild(Arbor::Token("#text")), text);
+    EXPECT_EQ(root()->findChild(Arbor::Token("z")), nullptr);
+
+    EXPECT_EQ(root()->findChild(0ul), x1);
+    EXPECT_EQ(root()->findChild(2ul), y);
+    EXPECT_EQ(root()->findChild(4ul), nullptr) << "index equal to the number of children";
+    EXPECT_EQ(root()->findChild(ULONG_MAX), nullptr);
+    EXPECT_EQ(text->findChild(0ul), nullptr);
+}
+
+TEST_F(NodeNavigationTest, CommonAncestorContainerLeavesNoMarks)
+{
+    // root > a > (b > c, d);  detached: e > f
+    TestElement* a = appendElement(root(), "a");
+    TestElement* b = appendElement(a, "b");
+    TestText* c = appendText(b, u"c");
+    TestElement* d = appendElement(a, "d");
+    Plinth::Ref<TestElement> e(document().makeElement("e"));
+    TestElement* f = appendElement(e.get(), "f");
+
+    struct Case {
+        const char* name;
+        Arbor::Node* a;
+        Arbor::Node* b;
+        Arbor::Node* expected;
+    };
+    const Case cases[] = {
+        { "same node", c, c, c },
+        { "both null", nullptr, nullptr, nullptr },
+        { "second null", c, nullptr, nullptr },
+        { "first null", nullptr, c, nullptr },
+        { "child and parent", c, b, b },
+        { "parent and child", b, c, b },
+        { "cousins", c, d, a },
+        { "document and deep node", &document(), c, &document() },
+        { "different trees", c, f, nullptr },
+        { "different trees, other way", f, c, nullptr },
+        { "different documents", root(), otherDocument().makeElement("o"), nullptr },
+    };
+    std::vector<Arbor::Node*> all;
+    collect(&document(), all);
+    collect(e.get(), all);
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        EXPECT_EQ(Arbor::Node::commonAncestorContainer(test.a, test.b), test.expected);
+        for (Arbor::Node* node : all)
+            ASSERT_EQ(node->mark, 0u) << label(node) << " still marked";
+        if (test.b && test.b->document != &document()) {
+            EXPECT_EQ(test.b->mark, 0u);
+            test.b->unref(); // the other document's element was made for this case only
+        }
+    }
+}
+
+TEST_F(NodeNavigationTest, IsDocumentChild)
+{
+    TestElement* a = appendElement(root(), "a");
+    TestText* deep = appendText(a, u"deep");
+    TestElement* loose = document().makeElement("loose");
+    Plinth::Ref<Arbor::DocumentFragment> fragment(document().createDocumentFragment());
+    TestElement* inFragment = appendElement(fragment.get(), "in");
+    Plinth::Ref<TestElement> detached(document().makeElement("detached"));
+    TestElement* belowDetached = appendElement(detached.get(), "below");
+    Plinth::Ref<Arbor::Range> range(document().createRange(false));
+    Plinth::Ref<TestDocument> empty(new TestDocument);
+    TestElement* ofEmpty = empty->makeElement("e");
+
+    struct Case {
+        const char* name;
+        Arbor::Node* node;
+        bool expected;
+    };
+    const Case cases[] = {
+        { "document element", root(), true },
+        { "child", a, true },
+        { "grandchild text", deep, true },
+        { "document", &document(), false },
+        { "made, not inserted", loose, false },
+        { "fragment", fragment.get(), false },
+        { "in a fragment", inFragment, false },
+        { "below a detached element", belowDetached, false },
+        { "range", range.get(), false },
+        { "node of a document without element", ofEmpty, false },
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        EXPECT_EQ(test.node->isDocumentChild(), test.expected);
+    }
+    loose->unref();
+    ofEmpty->unref();
+    empty->tearDown();
+}

@@ -1,0 +1,377 @@
+#include "arbor/range/RangeList.h"
+#include "tests/support/Host.h"
+#include "tests/tree/TreeCheck.h"
+
+#include <climits>
+#include <functional>
+#include <string>
+#include <vector>
+
+using ReplaceChildrenTest = HostTest;
+
+namespace {
+
+using Arbor::Node;
+
+struct RefusalCase {
+    const char* name;
+    bool readOnly;
+    bool refuse;
+    std::function<void()> call;
+    long code; // 0: no exception, no change
+};
+
+} // namespace
+
+// Requests that break several rules at once report the first rule in the fixed order, and
+// nothing changes, inside the document (snapshot: XML, events, undo) and outside it.
+TEST_F(ReplaceChildrenTest, FirstFailingCheckWins)
+{
+    Plinth::Ref<TestElement> detached(document().makeElement("d"));
+    Plinth::Ref<TestElement> loose(document().makeElement("loose"));
+    Plinth::Ref<TestElement> foreign(otherDocument().makeElement("foreign"));
+    Plinth::Ref<Arbor::Range> range(document().createRange(false));
+    Plinth::Ref<TestText> head(document().makeText(u"abcd"));
+    Node* middle = head->splitText(2);
+    TestElement* q = appendElement(root(), "q");
+    TestElement* q1 = appendElement(q, "q1");
+
+    for (TestElement* ancestor : { root(), detached.get() }) {
+        SCOPED_TRACE(ancestor == root() ? "in the document" : "detached");
+        TestElement* p = appendElement(ancestor, "p");
+        TestElement* c1 = appendElement(p, "c1");
+        TestElement* c2 = appendElement(p, "c2");
+        const RefusalCase cases[] = {
+            { "foreign first before other document", true, true,
+                [&] { p->replaceChildren(q1, 0, foreign.get()); }, 8 },
+            { "other document before read-only", true, true,
+                [&] { p->replaceChildren(c1, 0, foreign.get()); }, 4 },
+            { "other document node itself", false, false,
+                [&] { p->replaceChildren(nullptr, 0, &otherDocument()); }, 4 },
+            { "read-only before refusal", true, true,
+                [&] { p->replaceChildren(nullptr, 0, loose.get()); }, 7 },
+            { "refusal", false, true, [&] { p->replaceChildren(nullptr, 0, loose.get()); }, 3 },
+            { "removal with null first", true, true,
+                [&] { p->replaceChildren(nullptr, 2, nullptr); }, 0 },
+            { "removal of zero from a non-child", true, true,
+                [&] { p->replaceChildren(q1, 0, nullptr); }, 0 },
+            { "removal of a non-child before read-only", true, true,
+                [&] { p->replaceChildren(q1, 1, nullptr); }, 8 },
+            { "removal, read-only", true, true, [&] { p->replaceChildren(c1, 1, nullptr); }, 7 },
+            { "removal refused", false, true, [&] { p->replaceChildren(c1, 1, nullptr); }, 3 },
+            { "read-only before not a chain head", true, false,
+                [&] { p->replaceChildren(nullptr, 0, q1); }, 7 },
+            { "new child with another parent", false, false,
+                [&] { p->replaceChildren(nullptr, 0, q1); }, 3 },
+            { "own child again", false, false, [&] { p->replaceChildren(c1, 0, c2); }, 3 },
+            { "middle of a parentless chain", false, false,
+                [&] { p->replaceChildren(nullptr, 0, middle); }, 3 },
+            { "read-only before document as child", true, false,
+                [&] { p->replaceChildren(nullptr, 0, &document()); }, 7 },
+            { "document as child", false, false,
+                [&] { p->replaceChildren(nullptr, 0, &document()); }, 3 },
+            { "range as child", false, false, [&] { p->replaceChildren(nullptr, 0, range.get()); },
+                3 },
+            { "range list as child", false, false,
+                [&] { p->replaceChildren(nullptr, 0, document().rangeList); }, 3 },
+            { "null to insertBefore", false, false, [&] { p->insertBefore(nullptr, c1); }, 3 },
+            { "null to appendChild", false, false, [&] { p->appendChild(nullptr); }, 3 },
+            { "null to replaceChild", false, false, [&] { p->replaceChild(nullptr, c1); }, 3 },
+            { "removeChild of a non-child", false, false, [&] { p->removeChild(q1); }, 8 },
+            { "removeChild of null", true, true,
+                [&] { EXPECT_EQ(p->removeChild(nullptr), nullptr); }, 0 },
+        };
+        for (const RefusalCase& test : cases) {
+            SCOPED_TRACE(test.name);
+            p->readOnlyNode = test.readOnly;
+            p->refuseChildren = test.refuse;
+            const Snapshot before = snapshot();
+            const std::string detachedBefore = xml(detached.get());
+            if (test.code)
+                expectDomError(test.code, test.call);
+            else
+                test.call();
+            EXPECT_EQ(snapshot(), before);
+            EXPECT_EQ(xml(detached.get()), detachedBefore);
+            EXPECT_EQ(siblings(head.get()), "'ab' 'cd'");
+            EXPECT_EQ(loose->parent, nullptr);
+        }
+        p->readOnlyNode = p->refuseChildren = false;
+    }
+}
+
+TEST_F(ReplaceChildrenTest, CyclesAreRefused)
+{
+    // d > p > k, detached
+    Plinth::Ref<TestElement> d(document().makeElement("d"));
+    Plinth::Ref<TestElement> p(appendElement(d.get(), "p"));
+    TestElement* k = appendElement(p.get(), "k");
+
+    expectDomError(3, [&] { d->replaceChildren(nullptr, 0, d.get()); });
+    expectDomError(3, [&] { k->replaceChildren(nullptr, 0, d.get()); });
+    expectDomError(3, [&] { k->appendChild(d.get()); });
+    EXPECT_EQ(xml(d.get()), "<d><p><k></k></p></d>");
+
+    // A node with a parent is taken out first; the failed insertion leaves it out.
+    expectDomError(3, [&] { p->appendChild(p.get()); });
+    EXPECT_EQ(xml(d.get()), "<d></d>");
+    EXPECT_EQ(p->parent, nullptr);
+    expectDomError(3, [&] { k->insertBefore(p.get(), nullptr); });
+    EXPECT_EQ(children(p.get()), "k");
+
+    // Held only by its old parent: taken out, refused, then released with everything below it.
+    const long live = liveHostObjects();
+    TestElement* x = appendElement(d.get(), "x");
+    TestElement* y = appendElement(x, "y");
+    expectDomError(3, [&] { y->appendChild(x); });
+    EXPECT_EQ(children(d.get()), "");
+    EXPECT_EQ(liveHostObjects(), live);
+}
+
+TEST_F(ReplaceChildrenTest, ConvenienceOperations)
+{
+    TestElement* p = appendElement(root(), "p");
+    TestElement* c = appendElement(p, "c");
+
+    TestElement* n = document().makeElement("n");
+    EXPECT_EQ(p->insertBefore(n, nullptr), n) << "a null reference appends";
+    EXPECT_EQ(children(p), "c n");
+
+    Plinth::Ref<Arbor::DocumentFragment> fragment(document().createDocumentFragment());
+    TestElement* a = appendElement(fragment.get(), "a");
+    appendElement(fragment.get(), "b");
+    EXPECT_EQ(p->insertBefore(fragment.get(), n), a) << "a fragment gives its former first child";
+    EXPECT_EQ(children(p), "c a b n");
+    EXPECT_EQ(fragment->firstChild(), nullptr);
+    EXPECT_EQ(fragment->lastChild(), nullptr);
+    EXPECT_EQ(fragment->items(), 0u);
+
+    // The emptied fragment is reusable; an empty one inserts nothing.
+    TestElement* f = appendElement(fragment.get(), "f");
+    EXPECT_EQ(p->appendChild(fragment.get()), f);
+    EXPECT_EQ(children(p), "c a b n f");
+    const Snapshot before = snapshot();
+    EXPECT_EQ(p->appendChild(fragment.get()), nullptr);
+    EXPECT_EQ(p->insertBefore(fragment.get(), c), nullptr);
+    EXPECT_EQ(snapshot(), before);
+
+    // replaceChild with an empty fragment removes the old child.
+    Plinth::Ref<TestElement> held(c);
+    EXPECT_EQ(p->replaceChild(fragment.get(), c), c);
+    EXPECT_EQ(children(p), "a b n f");
+    EXPECT_EQ(c->parent, nullptr);
+
+    TestElement* r = document().makeElement("r");
+    EXPECT_EQ(p->replaceChild(r, a), a);
+    EXPECT_EQ(children(p), "r b n f");
+
+    // x before x: x is removed first, then x is no longer there to insert before.
+    Plinth::Ref<TestElement> x(n);
+    document().clearUndoStack();
+    expectDomError(8, [&] { p->insertBefore(x.get(), x.get()); });
+    EXPECT_EQ(children(p), "r b f");
+    EXPECT_EQ(x->parent, nullptr);
+    EXPECT_TRUE(document().canUndo()) << "the removal is an undoable change of its own";
+    p->appendChild(x.get());
+    expectDomError(8, [&] { p->replaceChild(x.get(), x.get()); });
+    EXPECT_EQ(children(p), "r b f");
+}
+
+TEST_F(ReplaceChildrenTest, FailedInsertionAfterUnpackOrRemoval)
+{
+    TestElement* p = appendElement(root(), "p");
+    TestElement* q = appendElement(root(), "q");
+    TestElement* moved = appendElement(q, "moved");
+
+    Plinth::Ref<Arbor::DocumentFragment> fragment(document().createDocumentFragment());
+    appendElement(fragment.get(), "a");
+    appendElement(fragment.get(), "b");
+    Plinth::Ref<Arbor::DocumentFragment> foreign(otherDocument().createDocumentFragment());
+    foreign->appendChild(otherDocument().makeElement("o"));
+
+    // A refused fragment gets its children back, in order.
+    p->readOnlyNode = true;
+    expectDomError(7, [&] { p->appendChild(fragment.get()); });
+    p->readOnlyNode = false;
+    p->refuseChildren = true;
+    expectDomError(3, [&] { p->appendChild(fragment.get()); });
+    EXPECT_EQ(children(fragment.get()), "a b");
+    expectDomError(4, [&] { p->appendChild(foreign.get()); });
+    EXPECT_EQ(children(foreign.get()), "o");
+
+    // A moved node stays removed from its old parent; in the document the undo record holds it.
+    document().newUndoTask();
+    expectDomError(3, [&] { p->appendChild(moved); });
+    EXPECT_EQ(xml(root()), "<root><p></p><q></q></root>");
+    document().undo();
+    EXPECT_EQ(xml(root()), "<root><p></p><q><moved></moved></q></root>");
+
+    // Outside the document nothing holds it: it is released.
+    Plinth::Ref<TestElement> d(document().makeElement("d"));
+    appendElement(d.get(), "x");
+    const long live = liveHostObjects();
+    expectDomError(3, [&] { p->appendChild(d->firstChild()); });
+    EXPECT_EQ(children(d.get()), "");
+    EXPECT_EQ(liveHostObjects(), live - 1);
+}
+
+// A node of a parentless chain (what splitText leaves behind a parentless text) is cut out of it
+// and inserted alone; a direct replaceChildren only takes a chain by its head, and then takes all.
+TEST_F(ReplaceChildrenTest, NodesOfParentlessChains)
+{
+    enum Op { InsertBefore, Append, Replace, Direct };
+    struct Case {
+        const char* name;
+        int which; // 0 head, 1 middle, 2 tail
+        Op op;
+        const char* parentAfter;
+        const char* chainAfter; // the chain from the head, or from the middle if the head left
+    };
+    const Case cases[] = {
+        { "head, insertBefore", 0, InsertBefore, "'ab' k", "'cd' 'ef'" },
+        { "middle, appendChild", 1, Append, "k 'cd'", "'ab' 'ef'" },
+        { "tail, replaceChild", 2, Replace, "'ef'", "'ab' 'cd'" },
+        { "head, appendChild", 0, Append, "k 'ab'", "'cd' 'ef'" },
+        { "middle, replaceChild", 1, Replace, "'cd'", "'ab' 'ef'" },
+        { "tail, insertBefore", 2, InsertBefore, "'ef' k", "'ab' 'cd'" },
+        { "head, direct", 0, Direct, "k 'ab' 'cd' 'ef'", "" },
+        { "middle, direct", 1, Direct, "k", "'ab' 'cd' 'ef'" },
+        { "tail, direct", 2, Direct, "k", "'ab' 'cd' 'ef'" },
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        Plinth::Ref<TestElement> parent(document().makeElement("p"));
+        TestElement* k = appendElement(parent.get(), "k");
+        Plinth::Ref<Node> nodes[3];
+        nodes[0] = Plinth::Ref<Node>(document().makeText(u"abcdef"));
+        nodes[2] = Plinth::Ref<Node>(nodes[0]->asText()->splitText(4));
+        nodes[1] = Plinth::Ref<Node>(nodes[0]->asText()->splitText(2));
+        Node* node = nodes[test.which].get();
+        switch (test.op) {
+        case InsertBefore:
+            EXPECT_EQ(parent->insertBefore(node, k), node);
+            break;
+        case Append:
+            EXPECT_EQ(parent->appendChild(node), node);
+            break;
+        case Replace:
+            EXPECT_EQ(parent->replaceChild(node, k), k);
+            break;
+        case Direct:
+            if (test.which == 0)
+                parent->replaceChildren(nullptr, 0, node);
+            else
+                expectDomError(3, [&] { parent->replaceChildren(nullptr, 0, node); });
+            break;
+        }
+        EXPECT_EQ(children(parent.get()), test.parentAfter);
+        Node* rest = test.which == 0 && test.op != Direct ? nodes[1].get() : nodes[0].get();
+        if (*test.chainAfter) {
+            EXPECT_EQ(siblings(rest), test.chainAfter);
+        }
+        // Counts: ours plus one per counted link.
+        for (const Plinth::Ref<Node>& held : nodes)
+            EXPECT_EQ(held->refCount, 1u + (held->previous || held->parent == parent.get()))
+                << label(held.get());
+    }
+}
+
+// The raw replacement through replaceChildren on a detached parent: every shape of run and chain.
+TEST_F(ReplaceChildrenTest, RawShapes)
+{
+    struct Case {
+        const char* name;
+        int first; // index of a child, -1 null, 9 a node that is not a child
+        unsigned long count;
+        bool chain;
+        const char* after;
+        const char* removed; // the removed run, still a chain when held
+    };
+    const Case cases[] = {
+        { "append", -1, 0, true, "a b c d 'x' 'y'", "" },
+        { "append ignores count", -1, 5, true, "a b c d 'x' 'y'", "" },
+        { "insert before first", 0, 0, true, "'x' 'y' a b c d", "" },
+        { "insert in the middle", 2, 0, true, "a b 'x' 'y' c d", "" },
+        { "replace the first two", 0, 2, true, "'x' 'y' c d", "a b" },
+        { "replace one in the middle", 1, 1, true, "a 'x' 'y' c d", "b" },
+        { "replace past the end", 2, 10, true, "a b 'x' 'y'", "c d" },
+        { "replace everything", 0, ULONG_MAX, true, "'x' 'y'", "a b c d" },
+        { "remove the first", 0, 1, false, "b c d", "a" },
+        { "remove from the middle", 1, 2, false, "a d", "b c" },
+        { "remove the last", 3, 1, false, "a b c", "d" },
+        { "remove past the end", 1, 100, false, "a", "b c d" },
+        { "remove everything", 0, ULONG_MAX, false, "", "a b c d" },
+        { "remove nothing", 1, 0, false, "a b c d", "" },
+        { "remove from null", -1, 3, false, "a b c d", "" },
+        { "remove zero of a non-child", 9, 0, false, "a b c d", "" },
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        Plinth::Ref<TestElement> parent(document().makeElement("p"));
+        std::vector<Plinth::Ref<Node>> kids;
+        for (const char* name : { "a", "b", "c", "d" })
+            kids.emplace_back(appendElement(parent.get(), name));
+        Plinth::Ref<TestElement> stranger(document().makeElement("s"));
+        Plinth::Ref<Node> x(document().makeText(u"xy"));
+        Plinth::Ref<Node> y(x->asText()->splitText(1));
+        Node* first = test.first < 0 ? nullptr
+            : test.first == 9        ? stranger.get()
+                                     : kids[test.first].get();
+
+        parent->replaceChildren(first, test.count, test.chain ? x.get() : nullptr);
+        EXPECT_EQ(children(parent.get()), test.after);
+        if (*test.removed) {
+            EXPECT_EQ(siblings(first), test.removed);
+        }
+        EXPECT_TRUE(events.lines().empty()) << "no event outside the document";
+    }
+}
+
+TEST_F(ReplaceChildrenTest, TextTakesNoChildren)
+{
+    TestText* t = appendText(root(), u"t");
+    Plinth::Ref<TestElement> loose(document().makeElement("loose"));
+    Plinth::Ref<TestElement> foreign(otherDocument().makeElement("foreign"));
+    struct Case {
+        const char* name;
+        bool readOnly;
+        std::function<void()> call;
+        long code;
+    };
+    const Case cases[] = {
+        { "appendChild", false, [&] { t->appendChild(loose.get()); }, 3 },
+        { "insertBefore", false, [&] { t->insertBefore(loose.get(), nullptr); }, 3 },
+        { "replaceChildren", false, [&] { t->replaceChildren(nullptr, 0, loose.get()); }, 3 },
+        { "replaceChildrenRaw", false, [&] { t->replaceChildrenRaw(nullptr, 0, loose.get()); }, 3 },
+        { "read-only", true, [&] { t->appendChild(loose.get()); }, 7 },
+        { "other document first", true, [&] { t->appendChild(foreign.get()); }, 4 },
+        { "removeChild of a stranger", true, [&] { t->removeChild(loose.get()); }, 8 },
+    };
+    for (const Case& test : cases) {
+        SCOPED_TRACE(test.name);
+        t->readOnlyNode = test.readOnly;
+        const Snapshot before = snapshot();
+        expectDomError(test.code, test.call);
+        EXPECT_EQ(snapshot(), before);
+        EXPECT_EQ(loose->parent, nullptr);
+    }
+}
+
+TEST_F(ReplaceChildrenTest, DocumentContentChangesAreModelOperations)
+{
+    TestElement* p = appendElement(root(), "p");
+    TestElement* x = document().makeElement("x");
+    events.clear();
+    p->appendChild(x);
+    EXPECT_EQ(events.take(),
+        (std::vector<std::string> {
+            "BeforeReplaceChildren(p,child=null,new=x,count=0)", "AfterReplaceChildren(p)" }));
+    EXPECT_EQ(x->parentChanges, 1);
+    expectUndoRedoRestores([&] { p->removeChild(x); });
+
+    events.clear();
+    Plinth::Ref<TestElement> d(document().makeElement("d"));
+    TestElement* y = appendElement(d.get(), "y");
+    EXPECT_EQ(y->parentChanges, 0) << "the raw change calls no hook";
+    EXPECT_TRUE(events.lines().empty());
+}

@@ -1,0 +1,361 @@
+#include "tests/support/Host.h"
+
+#include <climits>
+#include <functional>
+#include <initializer_list>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace {
+
+using Lines = std::vector<std::string>;
+using ModelOperationTest = HostTest;
+
+// Links `nodes` into a parentless chain headed by the first one, each next link counted: the form
+// in which child operations take and keep runs of nodes.
+Arbor::Node* chain(std::initializer_list<Arbor::Node*> nodes)
+{
+    Arbor::Node* previous = nullptr;
+    for (Arbor::Node* node : nodes) {
+        if (previous) {
+            Plinth::assignCounted(previous->next, node);
+            node->previous = previous;
+        }
+        previous = node;
+    }
+    return *nodes.begin();
+}
+
+// ASCII UTF-16 text as a narrow string; "null" for a null pointer.
+std::string ascii(const char16_t* data)
+{
+    if (!data) return "null";
+    std::string out;
+    for (; *data; ++data)
+        out += static_cast<char>(*data);
+    return out;
+}
+
+std::string valueText(const Arbor::Variant& value)
+{
+    std::string text;
+    Arbor::BasicElement::appendValueText(text, value);
+    return text;
+}
+
+void expectFields(const Arbor::ReplaceChildrenOperation& op, Arbor::Node* first,
+    unsigned long count, Arbor::Node* replacement)
+{
+    EXPECT_EQ(nameOf(op.first), nameOf(first));
+    EXPECT_EQ(op.first, first);
+    EXPECT_EQ(op.count, count);
+    EXPECT_EQ(op.replacement, replacement);
+}
+
+TEST_F(ModelOperationTest, AppendedChainAndItsInverse)
+{
+    TestElement* p = appendElement(root(), "p");
+    TestElement* x = document().makeElement("x");
+    TestElement* y = document().makeElement("y");
+    TestElement* z = document().makeElement("z");
+    auto op = std::make_unique<Arbor::ReplaceChildrenOperation>(
+        &document(), p, nullptr, 5, chain({ x, y, z }));
+    EXPECT_EQ(op->count, 0u) << "no run without a first child";
+    const Lines appended { "BeforeReplaceChildren(p,child=null,new=x,count=0)",
+        "AfterReplaceChildren(p)" };
+    events.clear();
+
+    op->execute();
+    expectFields(*op, x, 3, nullptr);
+    EXPECT_EQ(xml(p), "<p><x></x><y></y><z></z></p>");
+    EXPECT_EQ(events.take(), appended);
+    for (TestElement* node : { x, y, z })
+        EXPECT_EQ(node->parentChanges, 1);
+
+    op->undo();
+    expectFields(*op, nullptr, 0, x);
+    EXPECT_EQ(xml(p), "<p></p>");
+    EXPECT_EQ(events.take(),
+        (Lines { "BeforeReplaceChildren(p,child=x,new=null,count=3)", "AfterReplaceChildren(p)" }));
+    EXPECT_EQ(x->parentNode(), nullptr);
+    EXPECT_EQ(x->nextSibling(), y) << "the removed run stays linked";
+    EXPECT_EQ(z->previousSibling(), y);
+    for (TestElement* node : { x, y, z })
+        EXPECT_EQ(node->parentChanges, 1) << "not told when removed";
+
+    op->redo();
+    expectFields(*op, x, 3, nullptr);
+    EXPECT_EQ(xml(p), "<p><x></x><y></y><z></z></p>");
+    EXPECT_EQ(events.take(), appended);
+    for (TestElement* node : { x, y, z })
+        EXPECT_EQ(node->parentChanges, 2);
+}
+
+TEST_F(ModelOperationTest, RemovedChildComesBackBeforeItsFormerSibling)
+{
+    struct Case {
+        const char* name;
+        int removed;
+        const char* removeLine;
+        const char* restoreLine;
+    };
+    const Case cases[] = {
+        { "middle child", 1, "BeforeReplaceChildren(p,child=b,new=null,count=1)",
+            "BeforeReplaceChildren(p,child=c,new=b,count=0)" },
+        { "last child", 2, "BeforeReplaceChildren(p,child=c,new=null,count=1)",
+            "BeforeReplaceChildren(p,child=null,new=c,count=0)" },
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        TestElement* p = appendElement(root(), "p");
+        TestElement* kids[]
+            = { appendElement(p, "a"), appendElement(p, "b"), appendElement(p, "c") };
+        TestElement* gone = kids[c.removed];
+        Arbor::Node* after = gone->nextSibling();
+        const std::string full = xml(p);
+        auto op
+            = std::make_unique<Arbor::ReplaceChildrenOperation>(&document(), p, gone, 1, nullptr);
+        events.clear();
+
+        op->execute();
+        expectFields(*op, after, 0, gone);
+        EXPECT_EQ(gone->parentNode(), nullptr);
+        EXPECT_EQ(gone->parentChanges, 1);
+        EXPECT_EQ(events.take(), (Lines { c.removeLine, "AfterReplaceChildren(p)" }));
+
+        op->undo();
+        expectFields(*op, gone, 1, nullptr);
+        EXPECT_EQ(xml(p), full);
+        EXPECT_EQ(gone->parentChanges, 2);
+        EXPECT_EQ(events.take(), (Lines { c.restoreLine, "AfterReplaceChildren(p)" }));
+
+        op->redo();
+        expectFields(*op, after, 0, gone);
+        EXPECT_EQ(events.take(), (Lines { c.removeLine, "AfterReplaceChildren(p)" }));
+    }
+}
+
+TEST_F(ModelOperationTest, RunIsClampedAtConstruction)
+{
+    TestElement* a = appendElement(root(), "a");
+    TestElement* b = appendElement(root(), "b");
+    appendElement(root(), "c");
+    struct Case {
+        const char* name;
+        Arbor::Node* first;
+        unsigned long count;
+        unsigned long clamped;
+    };
+    const Case cases[] = {
+        { "past the end", b, 5, 2 },
+        { "largest count", a, ULONG_MAX, 3 },
+        { "exact", a, 2, 2 },
+        { "zero", a, 0, 0 },
+        { "no first child", nullptr, 3, 0 },
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        Arbor::ReplaceChildrenOperation op(&document(), root(), c.first, c.count, nullptr);
+        EXPECT_EQ(op.count, c.clamped);
+    }
+}
+
+TEST_F(ModelOperationTest, TextOperationSavesWhatItReplaced)
+{
+    struct Case {
+        const char* name;
+        const char16_t* initial;
+        unsigned long offset, count;
+        const char16_t* data;
+        const char* changed;
+        unsigned long countAfter;
+        const char* dataAfter;
+        const char* doLine;
+        const char* undoLine;
+        const char* redoLine;
+    };
+    // Redoing a clamped deletion deletes the units that were really there.
+    const Case cases[] = {
+        { "insertion", u"abc", 2, 0, u"xyz", "abxyzc", 3, "null",
+            "BeforeReplaceText(t,2,0,\"xyz\")", "BeforeReplaceText(t,2,3,null)",
+            "BeforeReplaceText(t,2,0,\"xyz\")" },
+        { "deletion past the end", u"abcde", 1, 5, nullptr, "a", 0, "bcde",
+            "BeforeReplaceText(t,1,5,null)", "BeforeReplaceText(t,1,0,\"bcde\")",
+            "BeforeReplaceText(t,1,4,null)" },
+        { "replacement", u"abcdef", 1, 2, u"XYZ", "aXYZdef", 3, "bc",
+            "BeforeReplaceText(t,1,2,\"XYZ\")", "BeforeReplaceText(t,1,3,\"bc\")",
+            "BeforeReplaceText(t,1,2,\"XYZ\")" },
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        TestText* t = appendText(root(), c.initial);
+        const std::string initial = xml(t);
+        auto op = std::make_unique<Arbor::ReplaceTextOperation>(
+            &document(), t, c.offset, c.count, c.data);
+        events.clear();
+
+        op->execute();
+        EXPECT_EQ(xml(t), c.changed);
+        EXPECT_EQ(op->count, c.countAfter);
+        EXPECT_EQ(ascii(op->data), c.dataAfter);
+        EXPECT_EQ(events.take(), (Lines { c.doLine, "AfterReplaceText(t)" }));
+
+        op->undo();
+        EXPECT_EQ(xml(t), initial);
+        EXPECT_EQ(op->offset, c.offset);
+        EXPECT_EQ(ascii(op->data), ascii(c.data));
+        EXPECT_EQ(events.take(), (Lines { c.undoLine, "AfterReplaceText(t)" }));
+
+        op->redo();
+        EXPECT_EQ(xml(t), c.changed);
+        EXPECT_EQ(ascii(op->data), c.dataAfter);
+        EXPECT_EQ(events.take(), (Lines { c.redoLine, "AfterReplaceText(t)" }));
+    }
+}
+
+TEST_F(ModelOperationTest, TextOperationPastTheEndThrowsBeforeAnyEvent)
+{
+    TestText* t = appendText(root(), u"abc");
+    Arbor::ReplaceTextOperation op(&document(), t, 4, 0, u"x");
+    events.clear();
+    expectDomError(Arbor::DomException::INDEX_SIZE_ERR, [&] { op.execute(); });
+    EXPECT_EQ(xml(t), "abc");
+    EXPECT_TRUE(events.lines().empty());
+}
+
+TEST_F(ModelOperationTest, AttributeOperationsAndTheirInverses)
+{
+    struct Case {
+        const char* name;
+        bool had;
+        bool remove;
+        const char* changed;
+        const char* restored;
+        Lines doLines;
+        Lines undoLines;
+        const char* valueAfterDo;
+    };
+    const Lines setB { "BeforeSetAttribute(e,k=B)", "AfterSetAttribute(e,k)" };
+    const Lines setA { "BeforeSetAttribute(e,k=A)", "AfterSetAttribute(e,k)" };
+    const Lines removeK { "BeforeRemoveAttribute(e,k)", "AfterRemoveAttribute(e,k)" };
+    const Case cases[] = {
+        { "set a new attribute", false, false, "<e k=\"B\"></e>", "<e></e>", setB, removeK, "B" },
+        { "overwrite", true, false, "<e k=\"B\"></e>", "<e k=\"A\"></e>", setB, setA, "A" },
+        { "remove", true, true, "<e></e>", "<e k=\"A\"></e>", removeK, setA, nullptr },
+        { "remove an absent attribute", false, true, "<e></e>", "<e></e>", {}, {}, nullptr },
+    };
+    const Arbor::Token k("k");
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        TestElement* e = appendElement(root(), "e");
+        if (c.had) e->setAttribute(k, Arbor::UStringVariant(u"A"));
+        std::unique_ptr<Arbor::AttributeOperation> op;
+        if (c.remove)
+            op = std::make_unique<Arbor::RemoveAttributeOperation>(&document(), e, k);
+        else
+            op = std::make_unique<Arbor::SetAttributeOperation>(
+                &document(), e, k, Arbor::UStringVariant(u"B"));
+        EXPECT_EQ(op->hadAttribute, c.had);
+        auto* set = dynamic_cast<Arbor::SetAttributeOperation*>(op.get());
+        events.clear();
+        hookLog().clear();
+
+        for (int round = 0; round < 2; ++round) {
+            SCOPED_TRACE(round == 0 ? "execute, undo" : "redo, undo");
+            round == 0 ? op->execute() : op->redo();
+            EXPECT_EQ(xml(e), c.changed);
+            EXPECT_EQ(events.take(), c.doLines);
+            EXPECT_EQ(hookLog().size(), c.doLines.size()) << "one hook call per event";
+            if (set) {
+                EXPECT_EQ(valueText(set->value), c.valueAfterDo);
+            }
+            hookLog().clear();
+
+            op->undo();
+            EXPECT_EQ(xml(e), c.restored);
+            EXPECT_EQ(events.take(), c.undoLines);
+            EXPECT_EQ(hookLog().size(), c.undoLines.size());
+            if (set) {
+                EXPECT_EQ(valueText(set->value), "B");
+            }
+            hookLog().clear();
+        }
+        EXPECT_EQ(op->hadAttribute, c.had) << "never changes";
+    }
+}
+
+TEST_F(ModelOperationTest, RecordedOperationsCarryTheSameFields)
+{
+    TestElement* p = appendElement(root(), "p");
+    Plinth::Ref<Arbor::DocumentFragment> fragment(document().createDocumentFragment());
+    TestElement* x = appendElement(fragment.get(), "x");
+    appendElement(fragment.get(), "y");
+    appendElement(fragment.get(), "z");
+    p->appendChild(fragment.get());
+    auto* op
+        = dynamic_cast<Arbor::ReplaceChildrenOperation*>(document().undoStack.operations.back());
+    ASSERT_NE(op, nullptr);
+    EXPECT_EQ(op->parent, p);
+    expectFields(*op, x, 3, nullptr);
+    document().undo();
+    expectFields(*op, nullptr, 0, x);
+    document().redo();
+    expectFields(*op, x, 3, nullptr);
+
+    TestText* t = appendText(p, u"abcde");
+    t->deleteData(1, 5);
+    auto* edit = dynamic_cast<Arbor::ReplaceTextOperation*>(document().undoStack.operations.back());
+    ASSERT_NE(edit, nullptr);
+    EXPECT_EQ(edit->count, 0u);
+    EXPECT_EQ(ascii(edit->data), "bcde");
+}
+
+TEST_F(ModelOperationTest, OperationsHoldTheirNodesUntilDestroyed)
+{
+    TestElement* p = appendElement(root(), "p");
+    TestElement* kept = appendElement(p, "kept");
+    TestText* t = appendText(p, u"abc");
+    TestElement* fresh = document().makeElement("fresh");
+    Plinth::Ref<Arbor::Node> holdFresh(fresh);
+    struct Case {
+        const char* name;
+        std::function<Plinth::Operation*()> make;
+        std::vector<Arbor::Node*> held;
+    };
+    const Case cases[] = {
+        { "children",
+            [&] { return new Arbor::ReplaceChildrenOperation(&document(), p, kept, 1, fresh); },
+            { p, fresh } },
+        { "text", [&] { return new Arbor::ReplaceTextOperation(&document(), t, 0, 1, u"x"); },
+            { t } },
+        { "set attribute",
+            [&] { return new Arbor::SetAttributeOperation(&document(), p, "k", Arbor::Variant()); },
+            { p } },
+        { "remove attribute",
+            [&] { return new Arbor::RemoveAttributeOperation(&document(), p, "k"); }, { p } },
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::vector<unsigned long> counts;
+        for (Arbor::Node* node : c.held)
+            counts.push_back(node->refCount);
+        std::unique_ptr<Plinth::Operation> op(c.make());
+        for (unsigned long i = 0; i < c.held.size(); ++i)
+            EXPECT_EQ(c.held[i]->refCount, counts[i] + 1);
+        op.reset();
+        for (unsigned long i = 0; i < c.held.size(); ++i)
+            EXPECT_EQ(c.held[i]->refCount, counts[i]);
+    }
+
+    // A removed child lives on in the operation alone and goes with it.
+    const long live = liveHostObjects();
+    auto removal
+        = std::make_unique<Arbor::ReplaceChildrenOperation>(&document(), p, kept, 1, nullptr);
+    removal->execute();
+    EXPECT_EQ(liveHostObjects(), live);
+    removal.reset();
+    EXPECT_EQ(liveHostObjects(), live - 1);
+}
+
+} // namespace
