@@ -1,0 +1,279 @@
+// Bytes per element and per text node, for Arbor and each peer library compiled in.
+//
+// Every heap allocation of the process is counted: `malloc` and its relatives are replaced here
+// (shared libraries, libxml2 and pugixml included, resolve to these definitions), and the global
+// `operator new`/`operator delete` (Arbor's nodes, Xerces-C++'s heap blocks) go through them.
+// The live bytes are measured as the allocator's usable sizes, so rounding inside the allocator
+// counts but its per-block header does not.
+//
+// For each library: a root gets N empty elements (bytes per element); another root gets N
+// elements alternating with N 11-unit text nodes, and the element figure is subtracted (bytes
+// per text node). Memory kept in arenas (pugixml's pages, Xerces-C++'s document heap) is counted
+// as it is reserved, so those figures include the unused tail of the last block, which is small
+// next to N nodes.
+
+#include "arbor/arbor.h"
+#include "bench/BenchSupport.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <malloc.h>
+#include <new>
+#include <string>
+
+#ifdef ARBOR_BENCH_HAVE_PUGIXML
+#include <pugixml.hpp>
+#endif
+#ifdef ARBOR_BENCH_HAVE_XERCES
+#include <xercesc/dom/DOM.hpp>
+#include <xercesc/util/PlatformUtils.hpp>
+#endif
+#ifdef ARBOR_BENCH_HAVE_LIBXML2
+#include <libxml/parser.h>
+#include <libxml/tree.h>
+#endif
+
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void __libc_free(void* p);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* p, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+}
+
+namespace {
+
+long liveBytes = 0;
+long allocationCount = 0;
+
+void* counted(void* p)
+{
+    if (p) {
+        liveBytes += static_cast<long>(malloc_usable_size(p));
+        ++allocationCount;
+    }
+    return p;
+}
+
+void uncount(void* p)
+{
+    if (p) liveBytes -= static_cast<long>(malloc_usable_size(p));
+}
+
+} // namespace
+
+extern "C" void* malloc(std::size_t size) noexcept { return counted(__libc_malloc(size)); }
+
+extern "C" void free(void* p) noexcept
+{
+    uncount(p);
+    __libc_free(p);
+}
+
+extern "C" void* calloc(std::size_t count, std::size_t size) noexcept
+{
+    return counted(__libc_calloc(count, size));
+}
+
+extern "C" void* realloc(void* p, std::size_t size) noexcept
+{
+    const long before = p ? static_cast<long>(malloc_usable_size(p)) : 0;
+    void* moved = __libc_realloc(p, size);
+    if (moved) {
+        liveBytes += static_cast<long>(malloc_usable_size(moved)) - before;
+        if (moved != p) ++allocationCount;
+    } else if (size == 0) {
+        liveBytes -= before;
+    }
+    return moved;
+}
+
+extern "C" void* memalign(std::size_t alignment, std::size_t size) noexcept
+{
+    return counted(__libc_memalign(alignment, size));
+}
+
+extern "C" void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept
+{
+    return counted(__libc_memalign(alignment, size));
+}
+
+extern "C" int posix_memalign(void** out, std::size_t alignment, std::size_t size) noexcept
+{
+    void* p = counted(__libc_memalign(alignment, size));
+    if (!p) return ENOMEM;
+    *out = p;
+    return 0;
+}
+
+void* operator new(std::size_t size)
+{
+    if (void* p = std::malloc(size ? size : 1)) return p;
+    throw std::bad_alloc();
+}
+void* operator new[](std::size_t size) { return operator new(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    return std::malloc(size ? size : 1);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
+{
+    return std::malloc(size ? size : 1);
+}
+void operator delete(void* p) noexcept { std::free(p); }
+void operator delete[](void* p) noexcept { std::free(p); }
+void operator delete(void* p, std::size_t) noexcept { std::free(p); }
+void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+
+namespace {
+
+using namespace ArborBench;
+
+constexpr unsigned long nodeCount = 100000;
+
+/// Live bytes and allocations since `start()`.
+struct Meter {
+    long bytes = 0;
+    long allocations = 0;
+    void start()
+    {
+        bytes = liveBytes;
+        allocations = allocationCount;
+    }
+    Meter since() const { return { liveBytes - bytes, allocationCount - allocations }; }
+};
+
+struct Row {
+    const char* library;
+    Meter elements;
+    Meter pairs;
+};
+
+void print(const Row& row)
+{
+    const double n = static_cast<double>(nodeCount);
+    std::printf("| %-8s | %8.1f | %6.2f | %8.1f | %6.2f |\n", row.library,
+        static_cast<double>(row.elements.bytes) / n,
+        static_cast<double>(row.elements.allocations) / n,
+        static_cast<double>(row.pairs.bytes - row.elements.bytes) / n,
+        static_cast<double>(row.pairs.allocations - row.elements.allocations) / n);
+}
+
+Meter arbor(bool withText)
+{
+    const Arbor::Token tag("e");
+    Plinth::Ref<Arbor::BasicDocument> document(new Arbor::BasicDocument);
+    Plinth::Ref<Arbor::Node> root(document->createElement(Arbor::Token("root")));
+    Meter meter;
+    meter.start();
+    for (unsigned long i = 0; i < nodeCount; ++i) {
+        root->appendChild(document->createElement(tag));
+        if (withText) root->appendChild(document->createTextNode(textWide));
+    }
+    const Meter used = meter.since();
+    root.reset();
+    document->tearDown();
+    return used;
+}
+
+#ifdef ARBOR_BENCH_HAVE_PUGIXML
+Meter pugixml(bool withText)
+{
+    pugi::xml_document doc;
+    pugi::xml_node root = doc.append_child("root");
+    Meter meter;
+    meter.start();
+    for (unsigned long i = 0; i < nodeCount; ++i) {
+        root.append_child("e");
+        if (withText) root.append_child(pugi::node_pcdata).set_value(textNarrow);
+    }
+    return meter.since();
+}
+#endif
+
+#ifdef ARBOR_BENCH_HAVE_XERCES
+Meter xerces(bool withText)
+{
+    using namespace xercesc;
+    DOMDocument* doc = DOMImplementationRegistry::getDOMImplementation(u"Core")->createDocument();
+    DOMElement* root = doc->createElement(u"root");
+    doc->appendChild(root);
+    Meter meter;
+    meter.start();
+    for (unsigned long i = 0; i < nodeCount; ++i) {
+        root->appendChild(doc->createElement(u"e"));
+        if (withText) root->appendChild(doc->createTextNode(textWide));
+    }
+    const Meter used = meter.since();
+    doc->release();
+    return used;
+}
+#endif
+
+#ifdef ARBOR_BENCH_HAVE_LIBXML2
+Meter libxml2(bool withText)
+{
+    const auto* name = reinterpret_cast<const xmlChar*>("e");
+    const auto* text = reinterpret_cast<const xmlChar*>(textNarrow);
+    xmlDocPtr doc = xmlNewDoc(reinterpret_cast<const xmlChar*>("1.0"));
+    xmlNodePtr root
+        = xmlNewDocNode(doc, nullptr, reinterpret_cast<const xmlChar*>("root"), nullptr);
+    xmlDocSetRootElement(doc, root);
+    Meter meter;
+    meter.start();
+    for (unsigned long i = 0; i < nodeCount; ++i) {
+        xmlAddChild(root, xmlNewDocNode(doc, nullptr, name, nullptr));
+        if (withText) xmlAddChild(root, xmlNewDocText(doc, text));
+    }
+    const Meter used = meter.since();
+    xmlFreeDoc(doc);
+    return used;
+}
+#endif
+
+} // namespace
+
+int main()
+{
+    // The replacement must reach allocations made inside shared libraries.
+    Meter probe;
+    probe.start();
+    char16_t* copy = Plinth::ustrdup(u"probe");
+    const bool seen = probe.since().allocations == 1;
+    std::free(copy);
+    if (!seen) {
+        std::fprintf(stderr, "allocations in shared libraries are not counted\n");
+        return 1;
+    }
+
+#ifdef ARBOR_BENCH_HAVE_XERCES
+    xercesc::XMLPlatformUtils::Initialize();
+#endif
+#ifdef ARBOR_BENCH_HAVE_LIBXML2
+    xmlInitParser();
+#endif
+
+    std::printf("Heap use per node, %lu nodes of each kind; text nodes hold %lu characters.\n\n",
+        nodeCount, textUnits);
+    std::printf("| library  | bytes/element | allocations/element | bytes/text node | "
+                "allocations/text node |\n");
+    std::printf("|----------|---------:|-------:|---------:|-------:|\n");
+    print({ "Arbor", arbor(false), arbor(true) });
+#ifdef ARBOR_BENCH_HAVE_PUGIXML
+    print({ "pugixml", pugixml(false), pugixml(true) });
+#endif
+#ifdef ARBOR_BENCH_HAVE_XERCES
+    print({ "Xerces", xerces(false), xerces(true) });
+#endif
+#ifdef ARBOR_BENCH_HAVE_LIBXML2
+    print({ "libxml2", libxml2(false), libxml2(true) });
+#endif
+    std::printf("\nsizeof: Arbor::BasicElement %zu, Arbor::Text %zu\n", sizeof(Arbor::BasicElement),
+        sizeof(Arbor::Text));
+
+#ifdef ARBOR_BENCH_HAVE_XERCES
+    xercesc::XMLPlatformUtils::Terminate();
+#endif
+    return 0;
+}
