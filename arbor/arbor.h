@@ -3,6 +3,12 @@
 
 // The whole public interface of the library.
 
+#include "arbor/document/BasicDocument.h"
+#include "arbor/document/Document.h"
+#include "arbor/document/Events.h"
+#include "arbor/document/Functor.h"
+#include "arbor/document/IDocObserver.h"
+#include "arbor/document/Selection.h"
 #include "arbor/foundation/CData.h"
 #include "arbor/foundation/Export.h"
 #include "arbor/foundation/FixedString.h"
@@ -10,8 +16,7 @@
 #include "arbor/foundation/Ref.h"
 #include "arbor/foundation/RefCounted.h"
 #include "arbor/foundation/UString.h"
-#include "arbor/values/Token.h"
-#include "arbor/values/Variant.h"
+#include "arbor/range/Range.h"
 #include "arbor/tree/AtomicNode.h"
 #include "arbor/tree/BasicElement.h"
 #include "arbor/tree/Children.h"
@@ -22,17 +27,12 @@
 #include "arbor/tree/Node.h"
 #include "arbor/tree/Text.h"
 #include "arbor/tree/Utf8.h"
-#include "arbor/document/BasicDocument.h"
-#include "arbor/document/Document.h"
-#include "arbor/document/Events.h"
-#include "arbor/document/Functor.h"
-#include "arbor/document/IDocObserver.h"
-#include "arbor/document/Selection.h"
-#include "arbor/range/Range.h"
 #include "arbor/undo/AttributeOperation.h"
 #include "arbor/undo/ModelOperation.h"
 #include "arbor/undo/ReplaceChildrenOperation.h"
 #include "arbor/undo/ReplaceTextOperation.h"
 #include "arbor/undo/UndoStack.h"
+#include "arbor/values/Token.h"
+#include "arbor/values/Variant.h"
 
 #endif

@@ -25,10 +25,8 @@ std::string utf8(const char16_t* text)
 
 std::string nameOf(Arbor::Node* node)
 {
-    if (!node)
-        return "null";
-    if (Arbor::Text* text = node->asText())
-        return "\"" + utf8(text->data()) + "\"";
+    if (!node) return "null";
+    if (Arbor::Text* text = node->asText()) return "\"" + utf8(text->data()) + "\"";
     return node->nodeName().name;
 }
 
@@ -43,7 +41,8 @@ public:
         line << event.type.name << " on " << nameOf(event.target);
         if (event.type == Arbor::tok_BeforeReplaceText) {
             auto& e = static_cast<Arbor::BeforeReplaceTextEvent&>(event);
-            line << " at " << e.offset << ", " << e.count << " unit(s) -> \"" << utf8(e.data) << "\"";
+            line << " at " << e.offset << ", " << e.count << " unit(s) -> \"" << utf8(e.data)
+                 << "\"";
         } else if (event.type == Arbor::tok_BeforeReplaceChildren) {
             auto& e = static_cast<Arbor::BeforeReplaceChildrenEvent&>(event);
             line << ": " << e.count << " child(ren) from " << nameOf(e.child) << " by "

@@ -113,8 +113,8 @@ public:
     const char16_t* data;
 
     /// `count` units of `target` from `offset` are about to become `data`.
-    BeforeReplaceTextEvent(Node* target, unsigned long offset, unsigned long count,
-        const char16_t* data)
+    BeforeReplaceTextEvent(
+        Node* target, unsigned long offset, unsigned long count, const char16_t* data)
         : DomTextEvent(target, tok_BeforeReplaceText)
         , offset(offset)
         , count(count)

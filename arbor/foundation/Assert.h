@@ -10,9 +10,9 @@
 #else
 #define ARBOR_ASSERT(condition, message)                                                           \
     ((condition) ? (void)0                                                                         \
-                 : (std::fprintf(stderr, "%s:%d: assertion failed: %s (%s)\n", __FILE__,          \
-                        __LINE__, #condition, message),                                            \
-                       std::abort()))
+                 : (std::fprintf(stderr, "%s:%d: assertion failed: %s (%s)\n", __FILE__, __LINE__, \
+                        #condition, message),                                                      \
+                     std::abort()))
 #endif
 
 #endif

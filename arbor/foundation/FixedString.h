@@ -36,14 +36,12 @@ public:
     /// `std::bad_alloc` when the block cannot be allocated.
     explicit FixedStringBase(const T* text)
     {
-        if (!text)
-            return;
+        if (!text) return;
         std::size_t length = 0;
         while (text[length])
             ++length;
         void* memory = std::malloc(sizeof(long) + (length + 1) * sizeof(T));
-        if (!memory)
-            throw std::bad_alloc();
+        if (!memory) throw std::bad_alloc();
         rep = static_cast<Block*>(memory);
         rep->holders = 1;
         std::memcpy(rep->text, text, (length + 1) * sizeof(T));
@@ -53,8 +51,7 @@ public:
     FixedStringBase(const FixedStringBase& other)
         : rep(other.rep)
     {
-        if (rep)
-            ++rep->holders;
+        if (rep) ++rep->holders;
     }
 
     /// Shares the block of `other` and drops this handle's old block.
@@ -62,8 +59,7 @@ public:
     {
         Block* old = rep;
         rep = other.rep;
-        if (rep)
-            ++rep->holders;
+        if (rep) ++rep->holders;
         drop(old);
         return *this;
     }
@@ -76,8 +72,7 @@ public:
     /// Drops one holder from `block` and frees it when none is left.
     static void drop(Block* block)
     {
-        if (block)
-            releaseSharedBlock(block);
+        if (block) releaseSharedBlock(block);
     }
 };
 

@@ -17,8 +17,7 @@ public:
     explicit Ref(T* object)
         : object(object)
     {
-        if (object)
-            object->ref();
+        if (object) object->ref();
     }
     /// Takes another reference on the object of `other`.
     Ref(const Ref& other)
@@ -62,8 +61,7 @@ public:
     /// Drops the reference, if any.
     void reset()
     {
-        if (T* old = std::exchange(object, nullptr))
-            old->unref();
+        if (T* old = std::exchange(object, nullptr)) old->unref();
     }
 
 private:
@@ -74,12 +72,10 @@ private:
 /// drops the reference on the old one, so relinking a node to itself is harmless.
 template <class T, class U> void assignCounted(T*& link, U* value)
 {
-    if (value)
-        value->ref();
+    if (value) value->ref();
     T* old = link;
     link = value;
-    if (old)
-        old->unref();
+    if (old) old->unref();
 }
 
 /// Clears a counted link and then drops its reference, so no destructor reached from the
@@ -88,8 +84,7 @@ template <class T> void releaseCounted(T*& link)
 {
     T* old = link;
     link = nullptr;
-    if (old)
-        old->unref();
+    if (old) old->unref();
 }
 
 } // namespace Plinth

@@ -127,8 +127,8 @@ public:
     /// headed by `newChild`.
     void beforeReplaceChildren(Node* parent, Node* child, unsigned long count, Node* newChild);
     /// Upkeep: `count` units of `text` from `offset` are about to be replaced by `data`.
-    void beforeReplaceText(Text* text, unsigned long offset, unsigned long count,
-        const char16_t* data);
+    void beforeReplaceText(
+        Text* text, unsigned long offset, unsigned long count, const char16_t* data);
     /// Releases the containers and marks the range detached, with no check, deselection or event.
     void detachSilent();
 

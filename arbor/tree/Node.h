@@ -38,9 +38,9 @@ enum NodeTypeCode : int {
 /// memory. A destroyed node clears the `parent` of each child that outlives it (because something
 /// else holds it) and the `previous` of the first sibling that outlives it; the survivors form a
 /// parentless chain. A node that outlives its owner document may only be released (and read through
-/// its own links and data); every other operation on it reads the destroyed document and must not be
-/// called. A host must not drop the last reference to a node from inside a callback that the node's
-/// own change is running (an observer, a hook or a posted function of that change).
+/// its own links and data); every other operation on it reads the destroyed document and must not
+/// be called. A host must not drop the last reference to a node from inside a callback that the
+/// node's own change is running (an observer, a hook or a posted function of that change).
 ///
 /// Destruction walks long sibling chains and deep subtrees iteratively, so neither a very long
 /// child list nor a very deep tree exhausts the stack.

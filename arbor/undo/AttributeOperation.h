@@ -47,7 +47,6 @@ public:
 
     void execute() override;
     void undo() override;
-
 };
 
 /// Removes one attribute; on an attribute the element lacked it does nothing at all.
@@ -62,7 +61,6 @@ public:
 
     void execute() override;
     void undo() override;
-
 };
 
 } // namespace Arbor

@@ -14,8 +14,9 @@ class Node;
 /// Nodes reused elsewhere. Before it fires anything, an execution checks that its nodes are still
 /// where it left them: the run's nodes are children of `parent`, `first` (when set) is a child of
 /// `parent`, and `replacement` heads a parentless chain, as long as the run it replaced, that does
-/// not hold `parent` or one of its ancestors. If a host has meanwhile moved one of them (say, a removed node inserted into a
-/// detached element or a fragment), the execution throws INVALID_STATE_ERR and changes nothing.
+/// not hold `parent` or one of its ancestors. If a host has meanwhile moved one of them (say, a
+/// removed node inserted into a detached element or a fragment), the execution throws
+/// INVALID_STATE_ERR and changes nothing.
 class ARBOR_API ReplaceChildrenOperation : public ModelOperation {
 public:
     /// The node whose children are replaced; counted.
