@@ -27,6 +27,23 @@ bool runIsChildOf(Node* first, unsigned long count, Node* parent)
     return true;
 }
 
+// Whether `node` is one of the children of `parent`, found by comparing addresses only: `node`
+// is not counted by the operation and may have been destroyed, so it is never read before it
+// is found here. The search runs from both ends at once, so the usual places (the first or the
+// last child, as undoing appends and insertions at the front gives) cost a step or two.
+bool isChild(Node* parent, Node* node)
+{
+    Node* forward = parent->firstChild();
+    Node* backward = parent->lastChild();
+    while (forward) {
+        if (forward == node || backward == node) return true;
+        if (forward == backward || forward->next == backward) return false;
+        forward = forward->next;
+        backward = backward->previous;
+    }
+    return false;
+}
+
 // The node that follows `count` nodes from `first` (`first` itself when `count` is 0).
 Node* nodeAfterRun(Node* first, unsigned long count)
 {
@@ -60,10 +77,11 @@ Arbor::ReplaceChildrenOperation::~ReplaceChildrenOperation()
 // A host may have moved one of the operation's nodes meanwhile (a removed node reused outside the
 // document's content, where nothing is recorded). Linking it back would give it two parents, and
 // a run with a node cut out of it would come back incomplete, so such an execution is refused
-// before anything is announced.
+// before anything is announced. `first` is held by the tree only, so once it has left `parent`
+// it may be gone: it is looked up among the children before it is read.
 void Arbor::ReplaceChildrenOperation::checkPlacement()
 {
-    const bool placed = (!first || first->parent == parent) && runIsChildOf(first, count, parent)
+    const bool placed = (!first || isChild(parent, first)) && runIsChildOf(first, count, parent)
         && (!replacement
             || (!replacement->parent && !replacement->previous
                 && Node::countFollowing(replacement) == replacementLength

@@ -10,22 +10,6 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-// Deferred work: runs `work`, counting the instances alive.
-class Task final : public Arbor::Functor {
-public:
-    static int live;
-    std::function<void()> work;
-
-    explicit Task(std::function<void()> work)
-        : work(std::move(work))
-    {
-        ++live;
-    }
-    ~Task() override { --live; }
-    void operator()() override { work(); }
-};
-int Task::live = 0;
-
 // Runs the callbacks it is given.
 class Hooks final : public Arbor::IDocObserver {
 public:
@@ -60,7 +44,6 @@ protected:
     void TearDown() override
     {
         document().removeObserver(&hooks);
-        EXPECT_EQ(Task::live, 0) << "posted functions outlive the test";
         HostTest::TearDown();
     }
     /// The number of ranges the document's range list holds.
@@ -132,7 +115,7 @@ TEST_F(BatchTest, PostedFunctionRunsAfterTheOperation)
     hooks.event = [&](Arbor::DomEvent&) {
         hooks.event = nullptr;
         document().createRange(false); // held by nobody
-        document().postFunction(new Task([&] {
+        document().postFunction(new PostedTask([&] {
             ran = true;
             EXPECT_EQ(document().operationDepth, 0u);
             EXPECT_TRUE(document().canUndo()) << "the operation is recorded";
@@ -142,7 +125,7 @@ TEST_F(BatchTest, PostedFunctionRunsAfterTheOperation)
         }));
         document().executePostedFunctions(); // an operation runs: does nothing
         EXPECT_FALSE(ran);
-        EXPECT_EQ(Task::live, 1);
+        EXPECT_EQ(PostedTask::live, 1);
     };
     document().newUndoTask();
     appendElement(root(), "p");
@@ -156,9 +139,9 @@ TEST_F(BatchTest, PostedFunctionRunsAtOnceOutsideOperations)
 {
     int runs = 0;
     document().beginBatchChanges();
-    document().postFunction(new Task([&] { ++runs; }));
+    document().postFunction(new PostedTask([&] { ++runs; }));
     EXPECT_EQ(runs, 1);
-    EXPECT_EQ(Task::live, 0);
+    EXPECT_EQ(PostedTask::live, 0);
     document().endBatchChanges();
     document().postFunction(nullptr);
 }
@@ -169,22 +152,22 @@ TEST_F(BatchTest, ThrowingFunctionIsDeletedAndTheRestStayQueued)
     Lines ran;
     hooks.event = [&](Arbor::DomEvent&) {
         hooks.event = nullptr;
-        document().postFunction(new Task([&] {
+        document().postFunction(new PostedTask([&] {
             ran.push_back("first");
             throw std::runtime_error("posted function failed");
         }));
-        document().postFunction(new Task([&] { ran.push_back("second"); }));
+        document().postFunction(new PostedTask([&] { ran.push_back("second"); }));
     };
     EXPECT_THROW(t->appendData(u"d"), std::runtime_error);
     EXPECT_EQ(xml(t), "abcd") << "the change itself went through";
     EXPECT_TRUE(document().canUndo());
     EXPECT_EQ(ran, (Lines { "first" }));
-    EXPECT_EQ(Task::live, 1) << "the thrower is deleted";
+    EXPECT_EQ(PostedTask::live, 1) << "the thrower is deleted";
     EXPECT_EQ(document().postedFunctions.size(), 1u);
 
     document().executePostedFunctions();
     EXPECT_EQ(ran, (Lines { "first", "second" }));
-    EXPECT_EQ(Task::live, 0);
+    EXPECT_EQ(PostedTask::live, 0);
 }
 
 } // namespace

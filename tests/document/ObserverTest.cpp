@@ -244,34 +244,4 @@ TEST_F(ObserverTest, ThrowingObserverLeavesTheTreeUnchanged)
     }
 }
 
-// The range list is registered first: a host observer sees a before-event with the ranges
-// already moved.
-TEST_F(ObserverTest, RangesMoveBeforeHostObserversHearOfTheChange)
-{
-    struct Case {
-        const char* name;
-        Arbor::Token type;
-        std::function<void()> change;
-        const char* seen;
-    };
-    const Case cases[] = {
-        { "text", Arbor::tok_BeforeReplaceText, [this] { t->insertData(0, u"xy"); },
-            "(t,3)-(t,5)" },
-        { "children", Arbor::tok_BeforeReplaceChildren,
-            [this] { root()->insertBefore(document().makeElement("p"), t); }, "(root,2)-(root,2)" },
-    };
-    for (const Case& test : cases) {
-        SCOPED_TRACE(test.name);
-        Plinth::Ref<Arbor::Range> r = test.type == Arbor::tok_BeforeReplaceText
-            ? range(t, 1, t, 3)
-            : range(root(), 1, root(), 1);
-        std::string seen;
-        a.action = [&](Arbor::DomEvent&) { seen = points(r.get()); };
-        document().addObserver(&a, test.type);
-        test.change();
-        EXPECT_EQ(seen, test.seen);
-        document().removeObserver(&a);
-    }
-}
-
 } // namespace

@@ -2,11 +2,10 @@
 #define ARBOR_TESTS_RANGE_RANGE_FIXTURE_H
 
 // What the range suites share on top of the host: a parent "p" under the document element with
-// children "c0".."cN", and an observer that runs a callback for each event.
+// children "c0".."cN".
 
 #include "tests/support/Host.h"
 
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -28,9 +27,7 @@ protected:
     Plinth::Ref<Arbor::Range> selectedRange(
         Arbor::Node* sc, unsigned long so, Arbor::Node* ec, unsigned long eo)
     {
-        Plinth::Ref<Arbor::Range> made(document().createRange(true));
-        made->setEnd(ec, eo);
-        made->setStart(sc, so);
+        Plinth::Ref<Arbor::Range> made(newRange(&document(), true, sc, so, ec, eo));
         events.clear();
         return made;
     }
@@ -42,17 +39,6 @@ protected:
         fragment->appendChild(document().makeElement("x"));
         fragment->appendChild(document().makeElement("y"));
         return fragment;
-    }
-};
-
-/// An observer that hands every event to `react`.
-class CallbackObserver : public Arbor::IDocObserver {
-public:
-    std::function<void(Arbor::DomEvent&)> react;
-
-    void onEvent(Arbor::DomEvent& event) override
-    {
-        if (react) react(event);
     }
 };
 

@@ -10,13 +10,6 @@ long liveCount = 0;
 
 std::string tokenText(Arbor::Token token) { return token.name ? token.name : "null"; }
 
-std::string valueText(const Arbor::Variant& value)
-{
-    std::string text;
-    Arbor::BasicElement::appendValueText(text, value);
-    return text;
-}
-
 std::string utf8(const char16_t* data) { return valueText(Arbor::UStringVariant(data)); }
 
 std::string point(Arbor::Node* container, unsigned long offset)
@@ -76,6 +69,46 @@ std::string describe(Arbor::DomEvent& event)
 
 long liveHostObjects() { return liveCount; }
 
+std::string valueText(const Arbor::Variant& value)
+{
+    std::string text;
+    Arbor::BasicElement::appendValueText(text, value);
+    return text;
+}
+
+std::string ascii(const char16_t* data)
+{
+    std::string out;
+    for (; data && *data; ++data)
+        out += *data < 0x80 ? static_cast<char>(*data) : '?';
+    return out;
+}
+
+std::string xml(Arbor::Node* node)
+{
+    std::ostringstream os;
+    node->putXml(os);
+    return os.str();
+}
+
+std::string points(const Arbor::Range* range)
+{
+    if (range->isDetached()) return "detached";
+    return point(range->startContainer, range->startOffset) + "-"
+        + point(range->endContainer, range->endOffset);
+}
+
+Arbor::Range* newRange(Arbor::Document* document, bool selected, Arbor::Node* sc, unsigned long so,
+    Arbor::Node* ec, unsigned long eo)
+{
+    // A new range sits at (document, 0), before every point of the document, so setting the end
+    // first never puts the start after the end.
+    Arbor::Range* made = document->createRange(selected);
+    made->setEnd(ec, eo);
+    made->setStart(sc, so);
+    return made;
+}
+
 std::vector<std::string>& hookLog()
 {
     static std::vector<std::string> calls;
@@ -88,6 +121,35 @@ std::string nameOf(Arbor::Node* node)
     if (Arbor::Element* element = node->asElement()) return tokenText(element->tagName());
     if (node->asText()) return "t";
     return tokenText(node->nodeName());
+}
+
+std::string label(Arbor::Node* node)
+{
+    if (node && node->asText()) return "'" + ascii(node->asText()->data()) + "'";
+    return nameOf(node);
+}
+
+std::string siblings(Arbor::Node* head, Arbor::Node* parent)
+{
+    std::string out;
+    Arbor::Node* before = nullptr;
+    for (Arbor::Node* node = head; node; before = node, node = node->next) {
+        if (before) out += ' ';
+        out += label(node);
+        if (node->previous != before) out += "(bad previous)";
+        if (node->parent != parent) out += "(bad parent)";
+    }
+    return out;
+}
+
+std::string children(Arbor::Node* node)
+{
+    std::string out = siblings(node->firstChild(), node);
+    Arbor::Node* tail = node->firstChild();
+    while (tail && tail->next)
+        tail = tail->next;
+    if (node->lastChild() != tail) out += " (bad last)";
+    return out;
 }
 
 // TestElement
@@ -186,6 +248,44 @@ TestElement* TestDocument::makeElement(const char* name)
 
 TestText* TestDocument::makeText(const char16_t* data) { return new TestText(this, data); }
 
+TestElement* appendElement(Arbor::Node* parent, const char* name)
+{
+    TestElement* element = static_cast<TestDocument*>(parent->document)->makeElement(name);
+    parent->appendChild(element);
+    return element;
+}
+
+TestText* appendText(Arbor::Node* parent, const char16_t* data)
+{
+    TestText* text = static_cast<TestDocument*>(parent->document)->makeText(data);
+    parent->appendChild(text);
+    return text;
+}
+
+void expectDomError(long code, const std::function<void()>& action)
+{
+    try {
+        action();
+    } catch (const Arbor::DomException& e) {
+        EXPECT_EQ(e.code, code) << "thrown " << e.causeName() << ", expected "
+                                << Arbor::DomException(code).causeName();
+        return;
+    }
+    ADD_FAILURE() << "expected " << Arbor::DomException(code).causeName() << ", nothing thrown";
+}
+
+void expectRangeError(long code, const std::function<void()>& action)
+{
+    try {
+        action();
+    } catch (const Arbor::RangeException& e) {
+        EXPECT_EQ(e.code, code) << "thrown " << e.causeName() << ", expected "
+                                << Arbor::RangeException(code).causeName();
+        return;
+    }
+    ADD_FAILURE() << "expected " << Arbor::RangeException(code).causeName() << ", nothing thrown";
+}
+
 // EventLog
 
 void EventLog::unObserve(Arbor::Token type)
@@ -204,6 +304,28 @@ std::vector<std::string> EventLog::take()
     std::vector<std::string> taken;
     taken.swap(logged);
     return taken;
+}
+
+void CallbackObserver::onEvent(Arbor::DomEvent& event)
+{
+    if (react) react(event);
+}
+
+// PostedTask
+
+int PostedTask::live = 0;
+
+PostedTask::PostedTask(std::function<void()> work)
+    : work(std::move(work))
+{
+    ++live;
+}
+
+PostedTask::~PostedTask() { --live; }
+
+void PostedTask::operator()()
+{
+    if (work) work();
 }
 
 // Snapshot
@@ -227,6 +349,7 @@ std::ostream& operator<<(std::ostream& os, const Snapshot& snapshot)
 void HostTest::SetUp()
 {
     liveAtStart = liveHostObjects();
+    tasksAtStart = PostedTask::live;
     doc = Plinth::Ref<TestDocument>(new TestDocument);
     rootElement = appendElement(doc.get(), "root");
     doc->addObserver(&events);
@@ -246,6 +369,7 @@ void HostTest::TearDown()
     other.reset();
     hookLog().clear();
     EXPECT_EQ(liveHostObjects(), liveAtStart) << "host objects outlive the test";
+    EXPECT_EQ(PostedTask::live, tasksAtStart) << "posted functions outlive the test";
 }
 
 TestDocument& HostTest::otherDocument()
@@ -254,72 +378,15 @@ TestDocument& HostTest::otherDocument()
     return *other;
 }
 
-TestElement* HostTest::appendElement(Arbor::Node* parent, const char* name)
-{
-    TestElement* element = doc->makeElement(name);
-    parent->appendChild(element);
-    return element;
-}
-
-TestText* HostTest::appendText(Arbor::Node* parent, const char16_t* data)
-{
-    TestText* text = doc->makeText(data);
-    parent->appendChild(text);
-    return text;
-}
-
-std::string HostTest::xml(Arbor::Node* node)
-{
-    std::ostringstream os;
-    node->putXml(os);
-    return os.str();
-}
-
 Plinth::Ref<Arbor::Range> HostTest::range(
     Arbor::Node* sc, unsigned long so, Arbor::Node* ec, unsigned long eo)
 {
-    // A new range sits at (document, 0), before every point of the document, so setting the end
-    // first never puts the start after the end.
-    Plinth::Ref<Arbor::Range> made(doc->createRange(false));
-    made->setEnd(ec, eo);
-    made->setStart(sc, so);
-    return made;
-}
-
-std::string HostTest::points(const Arbor::Range* range)
-{
-    if (range->isDetached()) return "detached";
-    return point(range->startContainer, range->startOffset) + "-"
-        + point(range->endContainer, range->endOffset);
+    return Plinth::Ref<Arbor::Range>(newRange(doc.get(), false, sc, so, ec, eo));
 }
 
 Snapshot HostTest::snapshot()
 {
     return Snapshot { xml(doc.get()), events.lines(), doc->canUndo(), doc->canRedo() };
-}
-
-void HostTest::expectDomError(long code, const std::function<void()>& action)
-{
-    try {
-        action();
-    } catch (const Arbor::DomException& e) {
-        EXPECT_EQ(e.code, code) << "thrown " << e.causeName() << ", expected "
-                                << Arbor::DomException(code).causeName();
-        return;
-    }
-    ADD_FAILURE() << "expected " << Arbor::DomException(code).causeName() << ", nothing thrown";
-}
-
-void HostTest::expectRangeError(long code, const std::function<void()>& action)
-{
-    try {
-        action();
-    } catch (const Arbor::RangeException& e) {
-        EXPECT_EQ(e.code, code) << "thrown " << e.causeName() << ", expected "
-                                << Arbor::RangeException(code).causeName();
-        return;
-    }
-    ADD_FAILURE() << "expected " << Arbor::RangeException(code).causeName() << ", nothing thrown";
 }
 
 void HostTest::expectUndoRedoRestores(const std::function<void()>& change)

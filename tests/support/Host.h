@@ -25,6 +25,27 @@ std::vector<std::string>& hookLog();
 
 /// The readable name of `node` (see the file comment).
 std::string nameOf(Arbor::Node* node);
+/// An element by its tag, a text node as its data in quotes, anything else by `nameOf`.
+std::string label(Arbor::Node* node);
+/// The nodes from `head` along `next` as "a 'xy' b". A node whose `previous` does not point back
+/// at the node before it (null for the head) or whose `parent` is not `parent` is flagged.
+std::string siblings(Arbor::Node* head, Arbor::Node* parent = nullptr);
+/// The children of `node`, checked as `siblings` does and also against `lastChild()`.
+std::string children(Arbor::Node* node);
+
+/// ASCII text of UTF-16 data: "" for null, '?' for every unit above 0x7F.
+std::string ascii(const char16_t* data);
+/// A value as BasicElement::appendValueText writes it.
+std::string valueText(const Arbor::Variant& value);
+/// `putXml` of `node` as a string; for a document, its whole output.
+std::string xml(Arbor::Node* node);
+/// "(sc,so)-(ec,eo)" with the names of the containers; "detached" for a detached range.
+std::string points(const Arbor::Range* range);
+
+/// A new range of `document` from (sc, so) to (ec, eo), set end first; the caller gets no
+/// reference.
+Arbor::Range* newRange(Arbor::Document* document, bool selected, Arbor::Node* sc, unsigned long so,
+    Arbor::Node* ec, unsigned long eo);
 
 /// An element whose hooks can be switched to refuse and whose attribute hooks are logged.
 class TestElement final : public Arbor::BasicElement {
@@ -88,6 +109,15 @@ public:
     TestText* makeText(const char16_t* data);
 };
 
+/// Appends a new TestElement or TestText of `parent`'s document to `parent` (through
+/// `appendChild`) and returns it.
+TestElement* appendElement(Arbor::Node* parent, const char* name);
+TestText* appendText(Arbor::Node* parent, const char16_t* data);
+
+/// Runs `action` and expects it to throw that exception with `code`.
+void expectDomError(long code, const std::function<void()>& action);
+void expectRangeError(long code, const std::function<void()>& action);
+
 /// An observer that writes every call it receives as one line:
 ///   BeforeReplaceChildren(p,child=b,new=x,count=1)   AfterReplaceChildren(p)
 ///   BeforeReplaceText(t,2,3,"xyz")  (data null: null)  AfterReplaceText(t)
@@ -112,6 +142,25 @@ private:
     std::vector<std::string> logged;
 };
 
+/// An observer that hands every event to `react`.
+class CallbackObserver : public Arbor::IDocObserver {
+public:
+    std::function<void(Arbor::DomEvent&)> react;
+
+    void onEvent(Arbor::DomEvent& event) override;
+};
+
+/// A posted function that runs `work`; `live` counts the instances alive.
+class PostedTask final : public Arbor::Functor {
+public:
+    static int live;
+    std::function<void()> work;
+
+    explicit PostedTask(std::function<void()> work = nullptr);
+    ~PostedTask() override;
+    void operator()() override;
+};
+
 /// What a refused or undone change must leave as it was.
 struct Snapshot {
     std::string xml;
@@ -128,8 +177,9 @@ std::ostream& operator<<(std::ostream& os, const Snapshot& snapshot);
 ///
 /// Setup: a fresh TestDocument with a document element "root" and `events` registered for every
 /// event type, then `events` and `hookLog()` cleared. Teardown: `events` removed, the documents
-/// torn down and dropped, and no host object made during the test may still be alive. A derived
-/// fixture that holds references drops them before calling `HostTest::TearDown()`.
+/// torn down and dropped, and no host object made during the test may still be alive, nor any
+/// PostedTask. A derived fixture that holds references drops them before calling
+/// `HostTest::TearDown()`.
 class HostTest : public ::testing::Test {
 protected:
     EventLog events;
@@ -143,23 +193,11 @@ protected:
     /// A second document, made on first use.
     TestDocument& otherDocument();
 
-    /// Appends a new element or text node to `parent` (through `appendChild`) and returns it.
-    TestElement* appendElement(Arbor::Node* parent, const char* name);
-    TestText* appendText(Arbor::Node* parent, const char16_t* data);
-
-    /// `putXml` of `node` as a string; for a document, its whole output.
-    static std::string xml(Arbor::Node* node);
-    /// A new unselected range of the document from (sc, so) to (ec, eo), set end first.
+    /// A new unselected range of the document from (sc, so) to (ec, eo) that the caller holds.
     Plinth::Ref<Arbor::Range> range(
         Arbor::Node* sc, unsigned long so, Arbor::Node* ec, unsigned long eo);
-    /// "(sc,so)-(ec,eo)" with the names of the containers; "detached" for a detached range.
-    static std::string points(const Arbor::Range* range);
     /// The document's XML, the event lines so far and its undo state.
     Snapshot snapshot();
-
-    /// Runs `action` and expects it to throw that exception with `code`.
-    static void expectDomError(long code, const std::function<void()>& action);
-    static void expectRangeError(long code, const std::function<void()>& action);
 
     /// Runs `change` in a new undo task, then expects undo to restore the document's XML from
     /// before and redo the XML from after.
@@ -170,6 +208,7 @@ private:
     Plinth::Ref<TestDocument> other;
     TestElement* rootElement = nullptr;
     long liveAtStart = 0;
+    int tasksAtStart = 0;
 };
 
 #endif

@@ -3,7 +3,6 @@
 // second time.
 
 #include "tests/support/Host.h"
-#include "tests/traps/LinkCheck.h"
 
 #include <gtest/gtest.h>
 
@@ -20,39 +19,35 @@ class EndWatcher : public Arbor::IDocObserver {
 public:
     Arbor::Document* document = nullptr;
     bool takeReference = false;
-    std::vector<std::string> ended;
+    std::vector<std::string> heard;
     bool sawDestruction = true;
 
+    void beforeBatchChanges() override { heard.push_back("beforeBatch"); }
     void unObserve(Arbor::Token type) override
     {
-        ended.push_back(type.name ? type.name : "all");
+        heard.push_back(type.name ? type.name : "all");
         sawDestruction = sawDestruction && document->isBeingDestroyed();
         if (takeReference) Plinth::Ref<Arbor::Document> hold(document);
     }
 };
 
-Range* rangeIn(Arbor::Document* doc, bool selected, Arbor::Node* sc, unsigned long so,
-    Arbor::Node* ec, unsigned long eo)
-{
-    Range* range = doc->createRange(selected);
-    range->setEnd(ec, eo);
-    range->setStart(sc, so);
-    return range;
-}
-
 } // namespace
 
+// Released with everything still attached: observers (one registered twice), a history that keeps
+// a removed node and an undone insertion, selected, unheld and held ranges. Nothing may outlive it.
 TEST(DocumentDestructorTest, LastUnrefWithoutTearDownDestroysOnce)
 {
     struct Case {
         const char* name;
         bool observe;
         bool takeReference;
+        bool tearDownFirst;
     };
     const Case cases[] = {
-        { "no host observer", false, false },
-        { "host observer still registered", true, false },
-        { "host observer taking a reference in unObserve", true, true },
+        { "no host observer", false, false, false },
+        { "host observer still registered", true, false, false },
+        { "host observer taking a reference in unObserve", true, true, false },
+        { "torn down, then released", true, false, true },
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.name);
@@ -61,27 +56,24 @@ TEST(DocumentDestructorTest, LastUnrefWithoutTearDownDestroysOnce)
         Plinth::Ref<Range> held;
         {
             Plinth::Ref<TestDocument> doc(new TestDocument);
-            TestElement* root = doc->makeElement("root");
-            doc->appendChild(root);
-            TestText* text = doc->makeText(u"some text");
-            root->appendChild(text);
-            TestElement* a = doc->makeElement("a");
-            root->appendChild(a);
-            a->appendChild(doc->makeText(u"inner"));
+            TestElement* root = appendElement(doc.get(), "root");
+            TestText* text = appendText(root, u"some text");
+            TestElement* a = appendElement(root, "a");
+            appendText(a, u"inner");
             // History: an applied task and an undone one, both holding nodes.
             doc->newUndoTask();
             root->removeChild(a);
             doc->newUndoTask();
-            root->appendChild(doc->makeElement("b"));
+            appendElement(root, "b");
             text->deleteData(0, 5);
             doc->undo();
             ASSERT_TRUE(doc->canUndo());
             ASSERT_TRUE(doc->canRedo());
 
-            rangeIn(doc.get(), true, text, 1, text, 3);
-            rangeIn(doc.get(), true, root, 0, text, 2);
-            rangeIn(doc.get(), false, root, 0, root, 1);
-            held = Plinth::Ref<Range>(rangeIn(doc.get(), false, text, 0, root, 1));
+            newRange(doc.get(), true, text, 1, text, 3);
+            newRange(doc.get(), true, root, 0, text, 2);
+            newRange(doc.get(), false, root, 0, root, 1);
+            held = Plinth::Ref<Range>(newRange(doc.get(), false, text, 0, root, 1));
             ASSERT_EQ(doc->refCount, 1u) << "only the test counts the document";
             if (c.observe) {
                 watcher.document = doc.get();
@@ -89,12 +81,15 @@ TEST(DocumentDestructorTest, LastUnrefWithoutTearDownDestroysOnce)
                 doc->addObserver(&watcher);
                 doc->addObserver(&watcher, Arbor::tok_BeforeReplaceText);
             }
+            if (c.tearDownFirst) doc->tearDown();
         } // the last reference goes: ~Document runs tearDown itself
 
         EXPECT_EQ(liveHostObjects(), baseline);
         if (c.observe) {
-            EXPECT_EQ(watcher.ended, (std::vector<std::string> { "all", "BeforeReplaceText" }));
-            EXPECT_TRUE(watcher.sawDestruction);
+            EXPECT_EQ(watcher.heard,
+                (std::vector<std::string> {
+                    "beforeBatch", "beforeBatch", "all", "BeforeReplaceText" }));
+            EXPECT_EQ(watcher.sawDestruction, !c.tearDownFirst);
         }
         EXPECT_TRUE(held->isDetached());
         EXPECT_EQ(held->parentNode(), nullptr);

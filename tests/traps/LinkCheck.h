@@ -8,31 +8,11 @@
 
 #include <map>
 #include <set>
-#include <sstream>
-#include <string>
 #include <vector>
 
 namespace traps {
 
 using Arbor::Node;
-
-/// ASCII text of a text node's data ("" when empty or not a text).
-inline std::string dataOf(Node* node)
-{
-    std::string out;
-    Arbor::Text* text = node ? node->asText() : nullptr;
-    for (const char16_t* s = text ? text->data() : nullptr; s && *s; ++s)
-        out += *s < 0x80 ? static_cast<char>(*s) : '?';
-    return out;
-}
-
-/// `putXml` of `node` as a string.
-inline std::string xmlOf(Node* node)
-{
-    std::ostringstream os;
-    node->putXml(os);
-    return os.str();
-}
 
 /// References the test holds, by node.
 using Held = std::map<Node*, unsigned long>;
@@ -58,7 +38,7 @@ namespace detail {
                 auto found = held->find(node);
                 const unsigned long links = (node != head || headCounted) ? 1 : 0;
                 EXPECT_EQ(node->refCount, links + (found == held->end() ? 0 : found->second))
-                    << "count of " << nameOf(node) << " '" << dataOf(node) << "'";
+                    << "count of " << label(node);
             }
             Node* last = walk(node->firstChild(), node, true, seen, held);
             EXPECT_EQ(node->lastChild(), last) << "last child of " << nameOf(node);

@@ -71,7 +71,7 @@ TEST_F(ReusedUndoNodeTest, UndoAndRedoRefuseANodeReusedOutsideTheContent)
                     ? static_cast<Node*>(document().createDocumentFragment())
                     : document().makeElement("d"));
             holder->appendChild(reused);
-            const std::string holderXml = traps::xmlOf(holder.get());
+            const std::string holderXml = xml(holder.get());
             events.clear();
             const Snapshot before = snapshot();
 
@@ -84,9 +84,10 @@ TEST_F(ReusedUndoNodeTest, UndoAndRedoRefuseANodeReusedOutsideTheContent)
             EXPECT_EQ(xml(&document()), before.xml) << "the tree changed";
             EXPECT_TRUE(events.lines().empty()) << "a refused replay announced a change";
             EXPECT_EQ(reused->parentNode(), holder.get());
-            EXPECT_EQ(traps::xmlOf(holder.get()), holderXml);
+            EXPECT_EQ(xml(holder.get()), holderXml);
             EXPECT_FALSE(document().canUndo());
             EXPECT_FALSE(document().canRedo());
+            EXPECT_EQ(document().operationDepth, 0u);
             traps::expectConsistent({ root(), holder.get(), reused, oldChild.get() });
 
             // The document goes on working: new changes are recorded and undone.
@@ -162,4 +163,29 @@ TEST_F(ReusedUndoNodeTest, NodeReturnedBeforeTheReplayIsRestored)
     EXPECT_EQ(xml(root()), "<root><a></a></root>");
     EXPECT_EQ(xml(holder.get()), "<d></d>");
     traps::expectConsistent({ root(), holder.get() });
+}
+
+// The history does not hold the child in front of which it inserted. When that child is destroyed
+// outside the content (its parent was taken out, recorded, and the child removed there, not
+// recorded), undoing the insertion after the parent came back must not read it: the replay is
+// refused and the tree is left as it is.
+TEST_F(ReusedUndoNodeTest, InsertionPointDestroyedOutsideTheContent)
+{
+    TestElement* p = appendElement(root(), "p");
+    TestElement* b = appendElement(p, "b");
+    document().clearUndoStack();
+    document().newUndoTask();
+    p->insertBefore(document().makeElement("x"), b);
+    document().newUndoTask();
+    root()->removeChild(p); // the history keeps p
+    p->removeChild(b); // unrecorded: b is destroyed here
+    p->removeChild(p->firstChild());
+
+    document().undo(); // p comes back
+    EXPECT_EQ(xml(root()), "<root><p></p></root>");
+    events.clear();
+    expectDomError(Arbor::DomException::INVALID_STATE_ERR, [&] { document().undo(); });
+    EXPECT_TRUE(events.lines().empty());
+    EXPECT_EQ(xml(root()), "<root><p></p></root>");
+    traps::expectConsistent({ root() });
 }

@@ -1,5 +1,4 @@
 #include "tests/support/Host.h"
-#include "tests/tree/TreeCheck.h"
 
 #include <string>
 #include <vector>

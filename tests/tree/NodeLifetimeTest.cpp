@@ -1,5 +1,4 @@
 #include "tests/support/Host.h"
-#include "tests/tree/TreeCheck.h"
 
 #include <climits>
 #include <string>
@@ -138,8 +137,13 @@ TEST_F(NodeLifetimeTest, LongSiblingRunIsReleasedWithoutRecursion)
     EXPECT_EQ(held->previous, nullptr);
     EXPECT_EQ(held->refCount, 1u);
     EXPECT_EQ(siblings(held), "'held' 'after'");
+    // A clean chain head: inserted alone, the rest of its chain goes.
+    root()->appendChild(held);
+    EXPECT_EQ(children(root()), "'held'");
     held->unref();
     parent.reset();
+    root()->removeChild(held);
+    document().clearUndoStack();
     EXPECT_EQ(liveHostObjects(), live);
 }
 

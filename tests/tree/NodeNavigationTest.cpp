@@ -1,5 +1,4 @@
 #include "tests/support/Host.h"
-#include "tests/tree/TreeCheck.h"
 
 #include <climits>
 #include <vector>

@@ -18,10 +18,18 @@ TEST_F(XmlOutputTest, DocumentIsDeclarationElementAndLineFeed)
     empty->tearDown();
 
     EXPECT_EQ(xml(&document()), declaration + "<root></root>\n");
-    TestElement* a = appendElement(root(), "a");
-    appendText(a, u"x");
-    appendElement(a, "b");
-    EXPECT_EQ(xml(&document()), declaration + "<root><a>x<b></b></a></root>\n");
+    TestElement* p = appendElement(root(), "p");
+    p->setAttribute("class", Arbor::UStringVariant(u"a\"<&>'b"));
+    p->setAttribute("on", Arbor::BoolVariant(true));
+    p->setAttribute("none", Arbor::Variant());
+    p->setAttribute("tok", Arbor::TokenVariant(Arbor::Token("tok")));
+    appendText(p, u"x < y & z");
+    appendElement(p, "br");
+    appendText(root(), u"tail");
+    EXPECT_EQ(xml(&document()),
+        declaration
+            + "<root><p class=\"a&quot;&lt;&amp;&gt;'b\" on=\"true\" none=\"\" tok=\"tok\">"
+              "x &lt; y &amp; z<br></br></p>tail</root>\n");
 }
 
 TEST_F(XmlOutputTest, ElementsTextAndNodesThatWriteNothing)

@@ -9,19 +9,6 @@ namespace {
 using Lines = std::vector<std::string>;
 using DocumentUndoTest = HostTest;
 
-// Deferred work that counts its runs.
-class CountingFunctor final : public Arbor::Functor {
-public:
-    explicit CountingFunctor(int& runs)
-        : runs(runs)
-    {
-    }
-    void operator()() override { ++runs; }
-
-private:
-    int& runs;
-};
-
 Lines concat(const Lines& a, const Lines& b, const Lines& c)
 {
     Lines all(a);
@@ -140,20 +127,6 @@ TEST_F(DocumentUndoTest, TwoChangesFormOneTask)
     EXPECT_FALSE(document().canRedo());
 }
 
-TEST_F(DocumentUndoTest, ChangeAfterUndoKillsRedo)
-{
-    TestText* t = appendText(root(), u"ab");
-    document().newUndoTask();
-    t->appendData(u"c");
-    document().undo();
-    ASSERT_TRUE(document().canRedo());
-    t->appendData(u"d");
-    EXPECT_FALSE(document().canRedo());
-    document().undo();
-    EXPECT_EQ(xml(t), "ab");
-    EXPECT_TRUE(document().canUndo()) << "the insertion of the text is still there";
-}
-
 TEST_F(DocumentUndoTest, TaskLimit)
 {
     TestText* t = appendText(root(), u"a");
@@ -198,7 +171,7 @@ TEST_F(DocumentUndoTest, HundredAndFirstTaskDropsTheOldest)
 TEST_F(DocumentUndoTest, NullOperationRunsNoPostedFunction)
 {
     int runs = 0;
-    document().postedFunctions.push_back(new CountingFunctor(runs));
+    document().postedFunctions.push_back(new PostedTask([&] { ++runs; }));
     const Snapshot before = snapshot();
     document().doModelOperation(nullptr);
     EXPECT_EQ(runs, 0);
@@ -206,87 +179,6 @@ TEST_F(DocumentUndoTest, NullOperationRunsNoPostedFunction)
     document().undo(); // nothing to undo, but the queue runs
     EXPECT_EQ(runs, 1);
     EXPECT_TRUE(document().postedFunctions.empty());
-}
-
-// A node that the history keeps aside for undo or redo but that the host has meanwhile put into
-// a detached element or a fragment cannot be linked back: the replay refuses, changes nothing and
-// the history goes.
-TEST_F(DocumentUndoTest, ReplayRefusesANodeReusedOutsideTheContent)
-{
-    struct Case {
-        const char* name;
-        bool redo;
-        bool intoFragment;
-        // Makes the change and returns the node to reuse.
-        std::function<Arbor::Node*(TestElement*)> change;
-    };
-    auto fragmentOf = [this](const char* a, const char* b) {
-        Plinth::Ref<Arbor::DocumentFragment> f(document().createDocumentFragment());
-        f->appendChild(document().makeElement(a));
-        f->appendChild(document().makeElement(b));
-        return f;
-    };
-    const Case cases[] = {
-        { "undo a removal, reused in an element", false, false,
-            [](TestElement* n) { return n->parentNode()->removeChild(n); } },
-        { "undo a removal, reused in a fragment", false, true,
-            [](TestElement* n) { return n->parentNode()->removeChild(n); } },
-        { "undo a replacement", false, false,
-            [this](TestElement* n) {
-                return n->parentNode()->replaceChild(document().makeElement("y"), n);
-            } },
-        { "undo a fragment replacement", false, true,
-            [&](TestElement* n) {
-                return n->parentNode()->replaceChild(fragmentOf("y", "z").get(), n);
-            } },
-        { "redo an insertion", true, false,
-            [this](TestElement* n) {
-                Arbor::Node* x = document().makeElement("x");
-                n->appendChild(x);
-                return x;
-            } },
-        { "redo a replacement", true, true,
-            [this](TestElement* n) {
-                Arbor::Node* x = document().makeElement("x");
-                n->parentNode()->replaceChild(x, n);
-                return x;
-            } },
-        { "redo a fragment insertion", true, false,
-            [&](TestElement* n) {
-                Plinth::Ref<Arbor::DocumentFragment> f = fragmentOf("x", "y");
-                Arbor::Node* head = f->firstChild();
-                n->appendChild(f.get());
-                return head;
-            } },
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        TestElement* n = appendElement(root(), "n");
-        document().newUndoTask();
-        Plinth::Ref<Arbor::Node> reused(c.change(n));
-        if (c.redo) document().undo();
-        Plinth::Ref<Arbor::Node> elsewhere(c.intoFragment
-                ? static_cast<Arbor::Node*>(document().createDocumentFragment())
-                : document().makeElement("elsewhere"));
-        elsewhere->appendChild(reused.get());
-        const std::string tree = xml(&document());
-        const std::string outside = xml(elsewhere.get());
-        events.clear();
-
-        expectDomError(Arbor::DomException::INVALID_STATE_ERR,
-            [&] { c.redo ? document().redo() : document().undo(); });
-        EXPECT_EQ(xml(&document()), tree);
-        EXPECT_EQ(xml(elsewhere.get()), outside);
-        EXPECT_EQ(reused->parentNode(), elsewhere.get());
-        EXPECT_TRUE(events.lines().empty());
-        EXPECT_FALSE(document().canUndo());
-        EXPECT_FALSE(document().canRedo());
-        EXPECT_EQ(document().operationDepth, 0u);
-
-        // Still usable afterwards.
-        expectUndoRedoRestores([&] { appendElement(root(), "late"); });
-        document().clearUndoStack();
-    }
 }
 
 } // namespace

@@ -71,11 +71,6 @@ TEST(VariantTest, PlainPayloadLayout)
         EXPECT_TRUE(c.typed == c.words);
         EXPECT_FALSE(c.typed < c.words || c.words < c.typed);
     }
-    EXPECT_EQ(Arbor::LongVariant(-5).val(), -5);
-    EXPECT_EQ(Arbor::FloatVariant(-1.5f).val(), -1.5f);
-    EXPECT_EQ(Arbor::DoubleVariant(0.1).val(), 0.1);
-    EXPECT_TRUE(Arbor::BoolVariant(true).val());
-    EXPECT_EQ(Arbor::TokenVariant(Arbor::tok_BeforeDeselect).val(), Arbor::tok_BeforeDeselect);
 }
 
 TEST(VariantTest, EqualityAndOrder)

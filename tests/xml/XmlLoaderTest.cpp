@@ -23,13 +23,6 @@ std::string contents(const char* name)
     return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-std::string xml(Arbor::Node* node)
-{
-    std::ostringstream out;
-    node->putXml(out);
-    return out.str();
-}
-
 std::string quoted(const std::string& text)
 {
     std::string out = "\"";
