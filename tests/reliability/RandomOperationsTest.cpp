@@ -63,9 +63,9 @@ TEST(RandomOperationsTest, FixedSeedsKeepEveryInvariant)
 }
 
 // The soak run: ARBOR_SOAK_STEPS steps (skipped when unset) from ARBOR_SOAK_SEED, in episodes of
-// ARBOR_SOAK_EPISODE steps. A failure names the seed and the step to replay (ARBOR_TRACE=1 lists
-// the steps). ARBOR_SOAK_LENIENT_ORDER=1 counts attribute order changes after undoing everything
-// instead of failing on them.
+// ARBOR_SOAK_EPISODE steps, or the same from the command line (see Main.cpp). A failure names the
+// seed and the step to replay (ARBOR_TRACE=1 lists the steps). ARBOR_SOAK_LENIENT_ORDER=1 counts
+// attribute order changes after undoing everything instead of failing on them.
 TEST(RandomOperationsTest, Soak)
 {
     const unsigned long steps = fromEnvironment("ARBOR_SOAK_STEPS", 0);
