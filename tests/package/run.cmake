@@ -55,6 +55,12 @@ run(${CMAKE_CTEST_COMMAND} --build-and-test ${consumer_src} ${WORK_DIR}/cmake-co
   --build-options -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX}
     -DCMAKE_BUILD_TYPE=${CONFIG}
   --test-command ${WORK_DIR}/cmake-consumer/arbor_consumer)
+set(with_xml FALSE)
+if(EXISTS ${prefix}/include/arbor/xml/XmlLoader.h)
+  set(with_xml TRUE)
+  message(STATUS "XML loader consumer through find_package(Arbor CONFIG)")
+  run(${WORK_DIR}/cmake-consumer/arbor_xml_consumer)
+endif()
 
 if(NOT PKG_CONFIG)
   message(STATUS "pkg-config consumer skipped: no pkg-config")
@@ -74,3 +80,16 @@ set(exe ${WORK_DIR}/pc-consumer)
 run(${CXX} -std=c++17 -Wall -Wextra -Wpedantic -Werror ${consumer_src}/main.cpp ${flags} -o ${exe})
 set(ENV{LD_LIBRARY_PATH} ${prefix}/${LIBDIR})
 run(${exe})
+
+if(with_xml)
+  message(STATUS "XML loader consumer through pkg-config")
+  execute_process(COMMAND ${PKG_CONFIG} --cflags --libs arbor-xml
+    OUTPUT_VARIABLE flags OUTPUT_STRIP_TRAILING_WHITESPACE RESULT_VARIABLE result)
+  if(NOT result EQUAL 0)
+    message(FATAL_ERROR "pkg-config --cflags --libs arbor-xml failed (${result})")
+  endif()
+  separate_arguments(flags UNIX_COMMAND "${flags}")
+  run(${CXX} -std=c++17 -Wall -Wextra -Wpedantic -Werror ${consumer_src}/xml_main.cpp ${flags}
+    -o ${exe}-xml)
+  run(${exe}-xml)
+endif()
