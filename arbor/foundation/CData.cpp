@@ -1,5 +1,7 @@
 #include "arbor/foundation/CData.h"
 
+#include "arbor/foundation/XmlOutput.h"
+
 #include <cstring>
 
 namespace {
@@ -11,9 +13,12 @@ const char replacement[] = "\xEF\xBF\xBD";
 // XML cannot carry become the replacement character.
 struct EscapeTable {
     const char* escapes[128];
+    // The length of each escape, so that writing one needs no strlen.
+    unsigned char lengths[128];
 
     constexpr explicit EscapeTable(bool attribute)
         : escapes {}
+        , lengths {}
     {
         for (unsigned c = 0; c < 0x20; ++c)
             escapes[c] = replacement;
@@ -24,6 +29,10 @@ struct EscapeTable {
         set('<', "&lt;");
         set('>', "&gt;");
         set('"', attribute ? "&quot;" : nullptr);
+        for (unsigned c = 0; c < 128; ++c) {
+            for (const char* text = escapes[c]; text && *text; ++text)
+                ++lengths[c];
+        }
     }
 
     constexpr void set(char c, const char* text) { escapes[static_cast<unsigned char>(c)] = text; }
@@ -52,9 +61,8 @@ public:
         if (used + longestItem > sizeof(buffer)) flush();
     }
 
-    void putEscape(const char* text)
+    void putEscape(const char* text, std::size_t bytes)
     {
-        const std::size_t bytes = std::strlen(text);
         std::memcpy(buffer + used, text, bytes);
         used += bytes;
     }
@@ -127,7 +135,7 @@ std::size_t putNonAscii(Writer& out, const char16_t* text, std::size_t i)
         return i + 2;
     }
     if (isLeadSurrogate(c) || isTrailSurrogate(c) || c == 0xFFFE || c == 0xFFFF)
-        out.putEscape(replacement);
+        out.putEscape(replacement, sizeof replacement - 1);
     else
         out.putScalar(c);
     return i + 1;
@@ -148,7 +156,7 @@ std::ostream& putUtf16(std::ostream& os, const char16_t* text, const EscapeTable
             continue;
         }
         if (table.escapes[c])
-            out.putEscape(table.escapes[c]);
+            out.putEscape(table.escapes[c], table.lengths[c]);
         else
             out.putByte(c); // the run stopped only because the buffer was full
         ++i;
@@ -179,10 +187,25 @@ std::ostream& Plinth::putAttributeData(std::ostream& os, const char* bytes)
         const unsigned char c = static_cast<unsigned char>(bytes[i]);
         if (c == 0) break;
         if (c < 0x80 && attributeEscapes.escapes[c])
-            out.putEscape(attributeEscapes.escapes[c]);
+            out.putEscape(attributeEscapes.escapes[c], attributeEscapes.lengths[c]);
         else
             out.putByte(c); // the run stopped only because the buffer was full
         ++i;
     }
     return os;
+}
+
+void Plinth::XmlOutput::putAttributeData(const char* bytes)
+{
+    if (!bytes) return;
+    // Runs of bytes that need no escape are copied with one append each.
+    const char* run = bytes;
+    for (const char* at = bytes;; ++at) {
+        const unsigned char c = static_cast<unsigned char>(*at);
+        if (c != 0 && (c >= 0x80 || !attributeEscapes.escapes[c])) continue;
+        put(run, static_cast<std::size_t>(at - run));
+        if (c == 0) return;
+        put(attributeEscapes.escapes[c], attributeEscapes.lengths[c]);
+        run = at + 1;
+    }
 }

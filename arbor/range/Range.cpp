@@ -184,6 +184,13 @@ void Arbor::Range::change(Node* sc, unsigned long so, Node* ec, unsigned long eo
 {
     if (isSuspended()) return;
     if (sc == startContainer && so == startOffset && ec == endContainer && eo == endOffset) return;
+    // A range outside the selection announces nothing; with the same containers only the offsets
+    // move, and taking a reference on each container to drop the old one would change no count.
+    if (!isSelected() && sc == startContainer && ec == endContainer) {
+        startOffset = so;
+        endOffset = eo;
+        return;
+    }
     // An observer of the selection events may deselect the range and let it go.
     Plinth::Ref<Range> keep;
     if (isSelected()) {

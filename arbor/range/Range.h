@@ -132,7 +132,19 @@ public:
     /// Releases the containers and marks the range detached, with no check, deselection or event.
     void detachSilent();
 
+    /// Internal upkeep behind `beforeReplaceChildren`, for a range with a point in `parent` or
+    /// below: `removed` children of `parent` from `index` on go, and `inserted` nodes come in at
+    /// `index`. The range list works the index and the counts out once for all its ranges.
+    ARBOR_INTERNAL void followChildren(
+        Node* parent, unsigned long index, unsigned long removed, unsigned long inserted);
+    /// Internal upkeep behind `beforeReplaceText`, for a range with a point in `text`: `count`
+    /// units from `offset` are replaced by `inserted` units.
+    ARBOR_INTERNAL void followText(
+        Text* text, unsigned long offset, unsigned long count, unsigned long inserted);
+
 private:
+    friend class RangeList;
+
     void checkAttached() const;
     void checkPoint(Node* node, unsigned long offset) const;
     Node* parentOf(Node* node) const;

@@ -35,6 +35,9 @@ public:
 
 private:
     template <class Call> void forEachRange(Call call);
+    template <class Follow> void followEach(Follow follow);
+    void followChildren(DomEvent& event);
+    void followText(DomEvent& event);
 };
 
 } // namespace Arbor

@@ -66,19 +66,24 @@ void Arbor::Range::beforeReplaceChildren(
     if (flags & (Detached | Suspended)) return;
     // Only points in `parent` or below it can move; the sibling walk is skipped for the others.
     if (!touches(parent)) return;
+    unsigned long index = 0;
+    for (Node* node = parent->firstChild(); node && node != child; node = node->next)
+        ++index;
+    followChildren(parent, index, child ? count : 0, countFollowing(newChild));
+}
+
+void Arbor::Range::followChildren(
+    Node* parent, unsigned long index, unsigned long removed, unsigned long inserted)
+{
     Node* sc = startContainer;
     unsigned long so = startOffset;
     Node* ec = endContainer;
     unsigned long eo = endOffset;
-    unsigned long index = 0;
-    for (Node* node = parent->firstChild(); node && node != child; node = node->next)
-        ++index;
-    if (child && count > 0) {
-        movePointForRemoval(sc, so, parent, index, count);
-        movePointForRemoval(ec, eo, parent, index, count);
+    if (removed > 0) {
+        movePointForRemoval(sc, so, parent, index, removed);
+        movePointForRemoval(ec, eo, parent, index, removed);
     }
-    if (newChild) {
-        const unsigned long inserted = countFollowing(newChild);
+    if (inserted > 0) {
         if (sc == parent && index < so) so += inserted;
         if (ec == parent && index < eo) eo += inserted;
     }
@@ -90,6 +95,12 @@ void Arbor::Range::beforeReplaceText(
 {
     if (flags & (Detached | Suspended)) return;
     if (text != startContainer && text != endContainer) return;
+    followText(text, offset, count, data ? Plinth::ustrlen(data) : 0);
+}
+
+void Arbor::Range::followText(
+    Text* text, unsigned long offset, unsigned long count, unsigned long inserted)
+{
     Node* sc = startContainer;
     unsigned long so = startOffset;
     Node* ec = endContainer;
@@ -98,10 +109,9 @@ void Arbor::Range::beforeReplaceText(
         if (sc == text) movePointForDeletion(so, offset, count);
         if (ec == text) movePointForDeletion(eo, offset, count);
     }
-    if (data && *data) {
-        const unsigned long length = Plinth::ustrlen(data);
-        if (sc == text && offset < so) so += length;
-        if (ec == text && offset < eo) eo += length;
+    if (inserted > 0) {
+        if (sc == text && offset < so) so += inserted;
+        if (ec == text && offset < eo) eo += inserted;
     }
     change(sc, so, ec, eo);
 }

@@ -1,10 +1,14 @@
 #include "arbor/tree/BasicElement.h"
 
 #include "arbor/foundation/CData.h"
+#include "arbor/foundation/XmlOutput.h"
+#include "arbor/tree/Utf8.h"
 
 #include <algorithm>
 #include <charconv>
+#include <cstring>
 #include <memory>
+#include <ostream>
 
 namespace {
 
@@ -19,48 +23,6 @@ template <class T> void appendNumber(std::string& out, T value)
     out.append(digits, result.ptr);
 }
 
-bool isHighSurrogate(char16_t unit) { return unit >= 0xD800 && unit <= 0xDBFF; }
-bool isLowSurrogate(char16_t unit) { return unit >= 0xDC00 && unit <= 0xDFFF; }
-
-void appendUtf8(std::string& out, char32_t c)
-{
-    if (c < 0x80) {
-        out.push_back(static_cast<char>(c));
-    } else if (c < 0x800) {
-        out.push_back(static_cast<char>(0xC0 | (c >> 6)));
-        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else if (c < 0x10000) {
-        out.push_back(static_cast<char>(0xE0 | (c >> 12)));
-        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    } else {
-        out.push_back(static_cast<char>(0xF0 | (c >> 18)));
-        out.push_back(static_cast<char>(0x80 | ((c >> 12) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | ((c >> 6) & 0x3F)));
-        out.push_back(static_cast<char>(0x80 | (c & 0x3F)));
-    }
-}
-
-// Converts UTF-16 to UTF-8; a surrogate without its partner becomes U+FFFD, so the result is
-// always valid UTF-8.
-void appendUtf16(std::string& out, const char16_t* s)
-{
-    if (!s) return;
-    for (unsigned long i = 0; s[i]; ++i) {
-        char16_t unit = s[i];
-        if (unit < 0x80) {
-            out.push_back(static_cast<char>(unit));
-        } else if (isHighSurrogate(unit) && isLowSurrogate(s[i + 1])) {
-            appendUtf8(out, 0x10000 + ((char32_t(unit) - 0xD800) << 10) + (s[i + 1] - 0xDC00));
-            ++i;
-        } else if (isHighSurrogate(unit) || isLowSurrogate(unit)) {
-            appendUtf8(out, 0xFFFD);
-        } else {
-            appendUtf8(out, unit);
-        }
-    }
-}
-
 void appendBytes(std::string& out, const char* bytes)
 {
     if (bytes) out += bytes;
@@ -70,6 +32,30 @@ void appendBytes(std::string& out, const char* bytes)
 template <class Typed> const Typed* as(const Arbor::Variant& value)
 {
     return static_cast<const Typed*>(value.dynamicCast(Typed::runtimeClass()));
+}
+
+// The characters of a value that is written as the bytes it holds (narrow strings and tokens),
+// else null (also for a null string, which writes nothing either way).
+const char* valueBytes(const Arbor::Variant& value)
+{
+    if (const auto* v = as<Arbor::StringVariant>(value)) return v->val();
+    if (const auto* v = as<Arbor::TokenVariant>(value)) return v->val().name;
+    return nullptr;
+}
+
+// The attributes item by item through the stream's own operators (which honour a field width).
+std::ostream& putAttributesItemwise(
+    std::ostream& os, const std::vector<std::pair<Arbor::Token, Arbor::Variant>>& attributes)
+{
+    std::string text;
+    for (const auto& attribute : attributes) {
+        os << ' ' << attribute.first.name << "=\"";
+        text.clear();
+        Arbor::BasicElement::appendValueText(text, attribute.second);
+        Plinth::putAttributeData(os, text.c_str());
+        os << '"';
+    }
+    return os;
 }
 
 } // namespace
@@ -151,14 +137,33 @@ void Arbor::BasicElement::removeAttributeRaw(Token name)
 
 std::ostream& Arbor::BasicElement::putAttributesXml(std::ostream& os)
 {
+    if (attributes.empty()) return os;
+    // A field width pads the first item written with `<<`: keep exactly that behaviour.
+    if (os.width() != 0) return putAttributesItemwise(os, attributes);
+    // The whole list is composed in one buffer and handed to the stream in one write.
+    Plinth::XmlOutput out(os);
     std::string text;
     for (const auto& attribute : attributes) {
-        os << ' ' << attribute.first.name << "=\"";
-        text.clear();
-        appendValueText(text, attribute.second);
-        Plinth::putAttributeData(os, text.c_str());
-        os << '"';
+        const char* name = attribute.first.name;
+        out.put(' ');
+        if (!name) {
+            // As streaming a null name does: what came before is written, then the stream fails.
+            out.flush();
+            os.setstate(std::ios::badbit);
+            return os;
+        }
+        out.put(name, std::strlen(name));
+        out.put("=\"", 2);
+        if (const char* bytes = valueBytes(attribute.second)) {
+            out.putAttributeData(bytes);
+        } else {
+            text.clear();
+            appendValueText(text, attribute.second);
+            out.putAttributeData(text.c_str());
+        }
+        out.put('"');
     }
+    out.flush();
     return os;
 }
 
@@ -175,11 +180,11 @@ void Arbor::BasicElement::appendValueText(std::string& out, const Variant& value
     else if (const auto* v = as<StringVariant>(value))
         appendBytes(out, v->val());
     else if (const auto* v = as<UStringVariant>(value))
-        appendUtf16(out, v->val());
+        out += Arbor::utf8FromUtf16(v->val());
     else if (const auto* v = as<FixedStringVariant>(value))
         appendBytes(out, v->val().c_str());
     else if (const auto* v = as<FixedUStringVariant>(value))
-        appendUtf16(out, v->val().c_str());
+        out += Arbor::utf8FromUtf16(v->val().c_str());
     else if (const auto* v = as<TokenVariant>(value))
         appendBytes(out, v->val().name);
 }

@@ -36,15 +36,34 @@ Arbor::Element* Arbor::Element::asElement() { return this; }
 std::ostream& Arbor::Element::putXml(std::ostream& os)
 {
     const Token name = nodeName();
-    os.put('<');
-    putName(os, name);
+    // The start of the start tag and the whole end tag each go out in one write when the name
+    // is short (it nearly always is), instead of one write per piece.
+    char tag[64];
+    const std::size_t length = name.name ? std::strlen(name.name) : sizeof tag;
+    const bool composed = length + 3 <= sizeof tag;
+    if (composed) {
+        tag[0] = '<';
+        std::memcpy(tag + 1, name.name, length);
+        os.write(tag, static_cast<std::streamsize>(length + 1));
+    } else {
+        os.put('<');
+        putName(os, name);
+    }
     putAttributesXml(os);
     os.put('>');
     for (Node* child = firstChild(); child; child = child->next)
         child->putXml(os);
-    os.write("</", 2);
-    putName(os, name);
-    os.put('>');
+    if (composed) {
+        tag[0] = '<';
+        tag[1] = '/';
+        std::memcpy(tag + 2, name.name, length);
+        tag[length + 2] = '>';
+        os.write(tag, static_cast<std::streamsize>(length + 3));
+    } else {
+        os.write("</", 2);
+        putName(os, name);
+        os.put('>');
+    }
     return os;
 }
 

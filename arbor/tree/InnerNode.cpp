@@ -2,49 +2,21 @@
 
 #include "arbor/foundation/Assert.h"
 #include "arbor/foundation/Ref.h"
-
-namespace {
-
-// Children of inner nodes destroyed while an outer destruction runs wait here instead of being
-// released at once, linked through their (cleared) `parent` fields. The outermost destruction
-// releases them in a loop, so the nesting depth stays constant however deep the tree is.
-thread_local Arbor::Node* pendingRelease = nullptr;
-thread_local bool releasing = false;
-
-void drainPendingReleases()
-{
-    while (Arbor::Node* node = pendingRelease) {
-        pendingRelease = node->parent;
-        node->parent = nullptr;
-        node->unref();
-    }
-}
-
-} // namespace
+#include "arbor/tree/ChainRelease.h"
 
 Arbor::InnerNode::InnerNode(Document* document)
     : Node(document)
 {
 }
 
+// Children that outlive this node (held elsewhere) are left with no `parent`; see releaseChain.
 Arbor::InnerNode::~InnerNode()
 {
-    // Children that outlive this node (held elsewhere) must not point back at it.
-    for (Node* child = first; child; child = child->next)
-        child->parent = nullptr;
-    last = nullptr;
     Node* head = first;
     if (!head) return;
-    first = nullptr; // the reference passes to the release below
-    if (releasing) {
-        head->parent = pendingRelease;
-        pendingRelease = head;
-        return;
-    }
-    releasing = true;
-    head->unref();
-    drainPendingReleases();
-    releasing = false;
+    first = nullptr; // the reference passes to the release
+    last = nullptr;
+    releaseChain(head, true);
 }
 
 Arbor::Node* Arbor::InnerNode::firstChild() { return first; }

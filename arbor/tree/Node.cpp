@@ -2,6 +2,7 @@
 
 #include "arbor/document/Document.h"
 #include "arbor/foundation/Ref.h"
+#include "arbor/tree/ChainRelease.h"
 
 Arbor::Node::Node(Document* document)
     : document(document)
@@ -22,25 +23,80 @@ void Arbor::Node::afterParentChanged() { }
 
 bool Arbor::Node::readOnly() const { return false; }
 
-// The siblings after this node that nobody else holds die with it. Find the last of them first,
-// then cut the links from that end backwards, so each release destroys a node whose own `next` is
-// already cut: the nesting depth does not grow with the number of siblings. The first sibling that
-// survives (something else holds it) keeps the rest of the chain and loses its dangling `previous`.
+namespace {
+
+using Arbor::Node;
+
+// Releases nest: a node the loop below destroys releases its own children from its destructor.
+// Up to this many releases run nested, each clearing the `parent` links of a child list while
+// the parent's memory is still there; deeper ones wait in the pending list (after their
+// `parent` links are cleared in a pass of their own), so the stack used stays bounded however
+// deep the tree is.
+constexpr unsigned maxNestedReleases = 8;
+
+// The pending chains, linked through the `parent` field of their heads, and the nesting depth.
+// The outermost release drains the list in a loop.
+thread_local Node* pendingRelease = nullptr;
+thread_local unsigned releaseDepth = 0;
+
+// The loop of releaseChain. Each node that dies is cut from its successor first (the reference
+// it held passes to the loop), so its destructor never walks the chain, and the nodes are freed
+// in the order they were linked, which is mostly the order the allocator handed them out.
+void releaseRun(Node* node, bool children)
+{
+    while (node) {
+        node->previous = nullptr;
+        if (node->refCount > 1) {
+            // Held elsewhere: it survives and keeps the rest of the chain.
+            if (children) {
+                for (Node* survivor = node; survivor; survivor = survivor->next)
+                    survivor->parent = nullptr;
+            }
+            node->unref();
+            return;
+        }
+        Node* following = node->next;
+        node->next = nullptr;
+        if (children) node->parent = nullptr;
+        node->unref();
+        node = following;
+    }
+}
+
+} // namespace
+
+void Arbor::releaseChain(Node* head, bool children)
+{
+    if (!head) return;
+    if (releaseDepth >= maxNestedReleases) {
+        if (children) {
+            for (Node* child = head; child; child = child->next)
+                child->parent = nullptr;
+        }
+        head->parent = pendingRelease;
+        pendingRelease = head;
+        return;
+    }
+    ++releaseDepth;
+    releaseRun(head, children);
+    if (releaseDepth == 1) {
+        while (Node* waiting = pendingRelease) {
+            pendingRelease = waiting->parent;
+            waiting->parent = nullptr;
+            releaseRun(waiting, false);
+        }
+    }
+    --releaseDepth;
+}
+
+// The siblings after this node that nobody else holds die with it; the first one that survives
+// (something else holds it) keeps the rest of the chain and loses its dangling `previous`.
 void Arbor::Node::releaseFollowing()
 {
-    if (!next) return;
-    Node* tail = this;
-    while (tail->next && tail->next->refCount == 1)
-        tail = tail->next;
-    if (Node* survivor = tail->next) {
-        if (survivor->previous == tail) survivor->previous = nullptr;
-        Plinth::releaseCounted(tail->next);
-    }
-    for (Node* node = tail; node != this;) {
-        Node* before = node->previous;
-        Plinth::releaseCounted(before->next);
-        node = before;
-    }
+    Node* following = next;
+    if (!following) return;
+    next = nullptr; // the reference passes to the release
+    releaseChain(following, false);
 }
 
 unsigned long Arbor::Node::parentOffset()

@@ -76,6 +76,11 @@ public:
     /// The number of units from `offset` that a `count` covers: `count` clipped to the end,
     /// computed without overflow. `offset` must not be past the end.
     unsigned long clip(unsigned long offset, unsigned long count) const;
+
+    /// Internal: the raw edit with the lengths already measured: `length` is the current length,
+    /// `count` is clipped and `offset` not past the end, and `added` is the length of `newData`.
+    ARBOR_INTERNAL void spliceData(unsigned long length, unsigned long offset, unsigned long count,
+        const char16_t* newData, unsigned long added);
 };
 
 } // namespace Arbor

@@ -91,7 +91,10 @@ void Arbor::ReplaceChildrenOperation::checkPlacement()
 
 void Arbor::ReplaceChildrenOperation::execute()
 {
-    checkPlacement();
+    // A replay may find `first` gone, so it is looked up before it is read (a walk over the
+    // children); the first execution follows the caller's own checks of the same request.
+    if (executed) checkPlacement();
+    executed = true;
     BeforeReplaceChildrenEvent before(parent, first, replacement, count);
     document->fireEvent(before);
 

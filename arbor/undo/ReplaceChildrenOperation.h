@@ -16,7 +16,8 @@ class Node;
 /// `parent`, and `replacement` heads a parentless chain, as long as the run it replaced, that does
 /// not hold `parent` or one of its ancestors. If a host has meanwhile moved one of them (say, a
 /// removed node inserted into a detached element or a fragment), the execution throws
-/// INVALID_STATE_ERR and changes nothing.
+/// INVALID_STATE_ERR and changes nothing. The first execution skips the check: the caller has
+/// just validated the same request, and no host code runs in between.
 class ARBOR_API ReplaceChildrenOperation : public ModelOperation {
 public:
     /// The node whose children are replaced; counted.
@@ -41,6 +42,8 @@ public:
 private:
     /// Number of nodes in the chain headed by `replacement` when it was stored.
     unsigned long replacementLength;
+    /// False until the first execution has run; replays check their nodes first.
+    bool executed = false;
 
     void checkPlacement();
 };

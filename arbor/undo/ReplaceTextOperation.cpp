@@ -8,6 +8,7 @@
 #include "arbor/tree/Text.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 #include <new>
 
@@ -18,6 +19,17 @@ char16_t* copyOrNull(const char16_t* data)
     if (!data) return nullptr;
     char16_t* copy = Plinth::ustrdup(data);
     if (!copy) throw std::bad_alloc();
+    return copy;
+}
+
+// A new buffer holding `count` units from `from` and a terminator.
+char16_t* copyUnits(const char16_t* from, unsigned long count)
+{
+    void* memory = std::malloc((count + 1) * sizeof(char16_t));
+    if (!memory) throw std::bad_alloc();
+    auto* copy = static_cast<char16_t*>(memory);
+    std::memcpy(copy, from, count * sizeof(char16_t));
+    copy[count] = 0;
     return copy;
 }
 
@@ -47,9 +59,17 @@ void Arbor::ReplaceTextOperation::execute()
     BeforeReplaceTextEvent before(text, offset, count, data);
     document->fireEvent(before);
 
-    std::unique_ptr<char16_t, Plinth::FreeDeleter> removed(text->substringData(offset, count));
-    text->replaceDataRaw(offset, count, data);
-    count = data ? Plinth::ustrlen(data) : 0;
+    // Observers may have edited the text: measure it again, once for the copy of the removed
+    // units and the edit both.
+    const unsigned long length = text->length();
+    if (offset > length) throw DomException(DomException::INDEX_SIZE_ERR);
+    const unsigned long rest = length - offset;
+    const unsigned long removedCount = count < rest ? count : rest;
+    std::unique_ptr<char16_t, Plinth::FreeDeleter> removed(
+        removedCount ? copyUnits(text->buffer + offset, removedCount) : nullptr);
+    const unsigned long added = data ? Plinth::ustrlen(data) : 0;
+    text->spliceData(length, offset, removedCount, data, added);
+    count = added;
     std::free(data);
     data = removed.release();
 
