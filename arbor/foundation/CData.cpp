@@ -7,7 +7,7 @@
 namespace {
 
 // UTF-8 of U+FFFD, written for every code unit XML cannot carry.
-const char replacement[] = "\xEF\xBF\xBD";
+constexpr char replacement[] = "\xEF\xBF\xBD";
 
 // How each ASCII unit is written: null for "as it is", else the text that replaces it. Controls
 // XML cannot carry become the replacement character.
