@@ -1,6 +1,7 @@
 #include "arbor/range/Range.h"
 
 #include "arbor/document/Document.h"
+#include "arbor/document/DocumentPin.h"
 #include "arbor/document/Events.h"
 #include "arbor/foundation/Ref.h"
 #include "arbor/tree/DomException.h"
@@ -178,8 +179,10 @@ int Arbor::Range::compareBoundaryPoints(int how, Range* other)
     }
 }
 
-// Releases of the old containers come last: one of them may be the last holder of the document,
-// whose end takes the range list and possibly this range with it.
+// The old containers are let go once both new ones are stored. One of them may be the last holder
+// of the document, whose end takes the range list and possibly this range with it: an unselected
+// range is not read after the releases, and a selected one is held and keeps its document until
+// the after-event has been delivered.
 void Arbor::Range::change(Node* sc, unsigned long so, Node* ec, unsigned long eo)
 {
     if (isSuspended()) return;
@@ -198,14 +201,23 @@ void Arbor::Range::change(Node* sc, unsigned long so, Node* ec, unsigned long eo
         BeforeSelectionChangeEvent before(this, sc, so, ec, eo);
         document->fireEvent(before);
     }
-    Plinth::Ref<Node> oldStart = Plinth::Ref<Node>::adopt(startContainer);
-    Plinth::Ref<Node> oldEnd = Plinth::Ref<Node>::adopt(endContainer);
+    Node* oldStart = startContainer;
+    Node* oldEnd = endContainer;
     if (sc) sc->ref();
     startContainer = sc;
     startOffset = so;
     if (ec) ec->ref();
     endContainer = ec;
     endOffset = eo;
+    // A range detached meanwhile may have outlived its document.
+    if (!keep || isDetached()) {
+        if (oldStart) oldStart->unref();
+        if (oldEnd) oldEnd->unref();
+        return;
+    }
+    DocumentPin pin(document);
+    if (oldStart) oldStart->unref();
+    if (oldEnd) oldEnd->unref();
     if (isSelected() && !isDetached()) {
         AfterSelectionChangeEvent after(this);
         document->fireEvent(after);

@@ -24,10 +24,6 @@ unsigned long clipCount(unsigned long length, unsigned long offset, unsigned lon
     return count < rest ? count : rest;
 }
 
-// The most units an edit that shrinks the text replaces in place (it keeps a copy of them on the
-// stack to undo the move if the allocator fails).
-constexpr unsigned long shrinkSaveUnits = 64;
-
 char16_t* allocateUnits(unsigned long units)
 {
     void* memory = std::malloc(units * sizeof(char16_t));
@@ -128,56 +124,14 @@ void Arbor::Text::spliceData(unsigned long length, unsigned long offset, unsigne
         buffer = nullptr;
         return;
     }
-    if (!buffer) {
-        char16_t* copy = allocateUnits(added + 1);
-        std::memcpy(copy, newData, added * sizeof(char16_t));
-        copy[added] = 0;
-        buffer = copy;
-        return;
-    }
-    // Units after the stretch, with the terminator.
-    const unsigned long rest = length - offset - count + 1;
-    // The new units may come from this very buffer, which a reallocation would free.
-    const auto at = reinterpret_cast<std::uintptr_t>(newData);
-    const auto from = reinterpret_cast<std::uintptr_t>(buffer);
-    const bool ownData = newData && at >= from && at <= from + length * sizeof(char16_t);
-    if (added == count && !ownData) {
-        // Same size: nothing to allocate.
-        if (added) std::memcpy(buffer + offset, newData, added * sizeof(char16_t));
-        return;
-    }
-    if (added > count && !ownData) {
-        // Growth keeps the buffer exact-size through realloc, which can often extend the block
-        // where it lies instead of copying it; a failure leaves the old buffer as it was.
-        void* grown = std::realloc(buffer, (newLength + 1) * sizeof(char16_t));
-        if (!grown) throw std::bad_alloc();
-        buffer = static_cast<char16_t*>(grown);
-        std::memmove(buffer + offset + added, buffer + offset + count, rest * sizeof(char16_t));
-        std::memcpy(buffer + offset, newData, added * sizeof(char16_t));
-        return;
-    }
-    if (added < count && count <= shrinkSaveUnits && !ownData) {
-        // Shrinking in place: the units after the stretch move down, then realloc gives back the
-        // end of the block. Should that fail, the move is undone from a copy of the replaced
-        // units, so the text is left as it was.
-        char16_t saved[shrinkSaveUnits];
-        std::memcpy(saved, buffer + offset, count * sizeof(char16_t));
-        std::memmove(buffer + offset + added, buffer + offset + count, rest * sizeof(char16_t));
-        if (added) std::memcpy(buffer + offset, newData, added * sizeof(char16_t));
-        void* shrunk = std::realloc(buffer, (newLength + 1) * sizeof(char16_t));
-        if (!shrunk) {
-            std::memmove(buffer + offset + count, buffer + offset + added, rest * sizeof(char16_t));
-            std::memcpy(buffer + offset, saved, count * sizeof(char16_t));
-            throw std::bad_alloc();
-        }
-        buffer = static_cast<char16_t*>(shrunk);
-        return;
-    }
-    // Larger cuts (or new units taken from this buffer) go through a fresh exact-size buffer.
+    // Every change gets a fresh buffer of the exact new size, allocated before the old one is
+    // freed: a failure leaves the text as it was, and the new units may come from the old buffer.
     char16_t* fresh = allocateUnits(newLength + 1);
-    std::memcpy(fresh, buffer, offset * sizeof(char16_t));
+    const unsigned long rest = length - offset - count;
+    if (offset) std::memcpy(fresh, buffer, offset * sizeof(char16_t));
     if (added) std::memcpy(fresh + offset, newData, added * sizeof(char16_t));
-    std::memcpy(fresh + offset + added, buffer + offset + count, rest * sizeof(char16_t));
+    if (rest) std::memcpy(fresh + offset + added, buffer + offset + count, rest * sizeof(char16_t));
+    fresh[newLength] = 0;
     std::free(buffer);
     buffer = fresh;
 }

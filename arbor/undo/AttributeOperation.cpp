@@ -10,9 +10,16 @@ Arbor::AttributeOperation::AttributeOperation(
     : ModelOperation(document)
     , element(element)
     , name(name)
-    , hadAttribute(element->hasAttribute(name))
+    , hadAttribute(false)
 {
+    // Held before the store is asked; a store that throws leaves no reference behind.
     element->ref();
+    try {
+        hadAttribute = element->hasAttribute(name);
+    } catch (...) {
+        element->unref();
+        throw;
+    }
 }
 
 Arbor::AttributeOperation::~AttributeOperation() { Plinth::releaseCounted(element); }
@@ -77,7 +84,7 @@ Arbor::RemoveAttributeOperation::RemoveAttributeOperation(
     Document* document, Element* element, const Token& name)
     : AttributeOperation(document, element, name)
 {
-    if (hadAttribute) oldValue = element->getAttribute(name);
+    if (element->hasAttribute(name)) oldValue = element->getAttribute(name);
 }
 
 Arbor::RemoveAttributeOperation::~RemoveAttributeOperation() = default;
