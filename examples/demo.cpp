@@ -126,7 +126,12 @@ int main()
     }();
 
     doc.newUndoTask();
-    body->insertData(caret->startOffset, u", dear");
+    const unsigned long at = caret->startOffset;
+    body->insertData(at, u", dear");
+    // A caret at the insertion offset stays in front of the new text; an editor then moves its
+    // caret past what was typed.
+    caret->setEnd(body, at + 6);
+    caret->setStart(body, at + 6);
     show(doc, narrator, "type \", dear\" at the caret");
 
     caret->setEnd(body, 18);
