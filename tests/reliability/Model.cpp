@@ -103,8 +103,10 @@ bool Model::touchesHistory(int id)
     for (const ModelOperation& op : operations) {
         if (root(op.node) == top) return true;
         if (op.type != ModelOperation::Type::Children) continue;
+        // A node the history keeps may have been put into another tree since; a change there
+        // still shows once it is taken out again and undo links it back in.
         for (int node = op.replacement; node != none; node = at(node).chainNext) {
-            if (node == top) return true;
+            if (root(node) == top) return true;
         }
     }
     return false;
