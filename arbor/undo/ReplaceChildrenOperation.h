@@ -18,6 +18,11 @@ class Node;
 /// removed node inserted into a detached element or a fragment), the execution throws
 /// INVALID_STATE_ERR and changes nothing. The first execution skips the check: the caller has
 /// just validated the same request, and no host code runs in between.
+///
+/// `first` is not counted, so a replay looks it up among the children of `parent` by address
+/// before reading it. If the host destroyed that node outside the content and a new node that
+/// happens to get the same address now stands among those children, the replay takes the new
+/// node for it; the tree stays consistent, but the replay then acts on the new node.
 class ARBOR_API ReplaceChildrenOperation : public ModelOperation {
 public:
     /// The node whose children are replaced; counted.
