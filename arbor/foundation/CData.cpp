@@ -41,17 +41,12 @@ struct EscapeTable {
 constexpr EscapeTable textEscapes(false);
 constexpr EscapeTable attributeEscapes(true);
 
-// Collects the encoded output on the stack and hands it to the stream in large writes.
-class Writer {
+// The character-data writer: the buffered output with item-sized steps and runs copied straight
+// into the buffer. Unlike a bare XmlOutput it hands what it holds to the stream when it goes.
+class Writer : public Plinth::XmlOutput {
 public:
-    explicit Writer(std::ostream& os)
-        : os(os)
-    {
-    }
+    using XmlOutput::XmlOutput;
     ~Writer() { flush(); }
-
-    Writer(const Writer&) = delete;
-    Writer& operator=(const Writer&) = delete;
 
     // Room for the longest single item: an escape ("&quot;") or a 4-byte sequence.
     static constexpr std::size_t longestItem = 8;
@@ -97,29 +92,6 @@ public:
         }
         return i;
     }
-
-    // As copyAsciiRun, for UTF-8 bytes: bytes of multi-byte sequences are copied as they are.
-    std::size_t copyByteRun(const char* bytes, std::size_t i, const EscapeTable& table)
-    {
-        while (used < sizeof(buffer)) {
-            const unsigned char c = static_cast<unsigned char>(bytes[i]);
-            if (c == 0 || (c < 0x80 && table.escapes[c])) break;
-            buffer[used++] = static_cast<char>(c);
-            ++i;
-        }
-        return i;
-    }
-
-    void flush()
-    {
-        if (used) os.write(buffer, static_cast<std::streamsize>(used));
-        used = 0;
-    }
-
-private:
-    std::ostream& os;
-    std::size_t used = 0;
-    char buffer[4096];
 };
 
 bool isLeadSurrogate(char16_t c) { return c >= 0xD800 && c <= 0xDBFF; }
@@ -178,20 +150,9 @@ std::ostream& Plinth::putAttributeData(std::ostream& os, const char16_t* text)
 
 std::ostream& Plinth::putAttributeData(std::ostream& os, const char* bytes)
 {
-    if (!bytes) return os;
-    Writer out(os);
-    std::size_t i = 0;
-    for (;;) {
-        i = out.copyByteRun(bytes, i, attributeEscapes);
-        out.reserveItem();
-        const unsigned char c = static_cast<unsigned char>(bytes[i]);
-        if (c == 0) break;
-        if (c < 0x80 && attributeEscapes.escapes[c])
-            out.putEscape(attributeEscapes.escapes[c], attributeEscapes.lengths[c]);
-        else
-            out.putByte(c); // the run stopped only because the buffer was full
-        ++i;
-    }
+    XmlOutput out(os);
+    out.putAttributeData(bytes);
+    out.flush();
     return os;
 }
 

@@ -51,10 +51,10 @@ public:
         used = 0;
     }
 
-private:
+protected:
     std::ostream& os;
     std::size_t used = 0;
-    char buffer[1024];
+    char buffer[4096];
 };
 
 } // namespace Plinth
