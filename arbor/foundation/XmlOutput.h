@@ -52,8 +52,11 @@ public:
     }
 
 protected:
+    /// The stream that receives the output.
     std::ostream& os;
+    /// Bytes collected in `buffer` and not yet handed on.
     std::size_t used = 0;
+    /// The collected bytes.
     char buffer[4096];
 };
 
