@@ -226,8 +226,9 @@ void Arbor::XmlWriter::save(Node* node, const std::string& path) const
         temporary = (slash == std::string::npos ? std::string() : directory) + "." + base + "."
             + std::to_string(::getpid()) + "." + std::to_string(serial++) + ".tmp";
         fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd < 0 && (errno != EEXIST || attempt == 100))
-            fail(errno, "cannot create a temporary file beside " + path);
+        const int error = fd < 0 ? errno : 0;
+        if (fd < 0 && (error != EEXIST || attempt == 100))
+            fail(error, "cannot create a temporary file beside " + path);
     }
 
     int error = 0;
