@@ -33,7 +33,8 @@ TEST_F(CommentTest, NodesOfTheirOwnKind)
         EXPECT_EQ(node->asText(), nullptr) << "text collectors must not pick up markup data";
         EXPECT_EQ(node->firstChild(), nullptr);
         EXPECT_EQ(node->ownerDocument(), &document());
-        expectDomError(3, [&] { node->appendChild(document().createTextNode(u"x")); });
+        Plinth::Ref<Arbor::Text> child(document().createTextNode(u"x"));
+        expectDomError(3, [&] { node->appendChild(child.get()); });
     }
     EXPECT_EQ(comment->items(), 4u);
     EXPECT_EQ(xml(comment.get()), "<!--note-->");
