@@ -77,7 +77,8 @@ void Arbor::Element::setAttribute(Token name, const Variant& value)
     if (!maySetAttribute(name, value)) throw DomException(DomException::HIERARCHY_REQUEST_ERR);
 
     if (isDocumentChild())
-        document->doModelOperation(new (document) SetAttributeOperation(document, this, name, value));
+        document->doModelOperation(
+            new (document) SetAttributeOperation(document, this, name, value));
     else
         setAttributeRaw(name, value);
 }
