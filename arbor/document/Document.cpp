@@ -14,18 +14,9 @@
 
 #include <ostream>
 
-Arbor::DocumentPin::DocumentPin(Document* document)
-    : document(document)
+// The outermost pin found the document released meanwhile.
+void Arbor::DocumentPin::release()
 {
-    if (document->pinDepth++ == 0) {
-        document->heldWhenPinned = document->refCount != 0;
-        document->releasedWhilePinned = false;
-    }
-}
-
-Arbor::DocumentPin::~DocumentPin()
-{
-    if (--document->pinDepth != 0 || !document->releasedWhilePinned) return;
     document->releasedWhilePinned = false;
     if (document->heldWhenPinned && document->refCount == 0)
         document->Plinth::RefCounted<Plinth::IResource>::unref();

@@ -77,7 +77,8 @@ void Arbor::Element::setAttribute(Token name, const Variant& value)
     if (!maySetAttribute(name, value)) throw DomException(DomException::HIERARCHY_REQUEST_ERR);
 
     if (isDocumentChild())
-        document->doModelOperation(new SetAttributeOperation(document, this, name, value));
+        document->doModelOperation(
+            new (document) SetAttributeOperation(document, this, name, value));
     else
         setAttributeRaw(name, value);
 }
@@ -89,7 +90,7 @@ void Arbor::Element::removeAttribute(Token name)
     if (!mayRemoveAttribute(name)) throw DomException(DomException::HIERARCHY_REQUEST_ERR);
 
     if (isDocumentChild())
-        document->doModelOperation(new RemoveAttributeOperation(document, this, name));
+        document->doModelOperation(new (document) RemoveAttributeOperation(document, this, name));
     else
         removeAttributeRaw(name);
 }
