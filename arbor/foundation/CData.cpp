@@ -41,119 +41,105 @@ struct EscapeTable {
 constexpr EscapeTable textEscapes(false);
 constexpr EscapeTable attributeEscapes(true);
 
-// The character-data writer: the buffered output with item-sized steps and runs copied straight
-// into the buffer. Unlike a bare XmlOutput it hands what it holds to the stream when it goes.
-class Writer : public Plinth::XmlOutput {
-public:
-    using XmlOutput::XmlOutput;
-    ~Writer() { flush(); }
+// Room for the longest single item: an escape ("&quot;") or a 4-byte sequence.
+constexpr std::size_t longestItem = 8;
 
-    // Room for the longest single item: an escape ("&quot;") or a 4-byte sequence.
-    static constexpr std::size_t longestItem = 8;
-
-    void reserveItem()
-    {
-        if (used + longestItem > sizeof(buffer)) flush();
+// Writes one scalar value at or above U+0080 as UTF-8 at `out`; returns the end.
+char* putScalar(char* out, char32_t c)
+{
+    if (c < 0x800) {
+        *out++ = static_cast<char>(0xC0 | (c >> 6));
+    } else if (c < 0x10000) {
+        *out++ = static_cast<char>(0xE0 | (c >> 12));
+        *out++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    } else {
+        *out++ = static_cast<char>(0xF0 | (c >> 18));
+        *out++ = static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+        *out++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
     }
-
-    void putEscape(const char* text, std::size_t bytes)
-    {
-        std::memcpy(buffer + used, text, bytes);
-        used += bytes;
-    }
-
-    void putByte(unsigned value) { buffer[used++] = static_cast<char>(value); }
-
-    // Writes one scalar value at or above U+0080 as UTF-8.
-    void putScalar(char32_t c)
-    {
-        if (c < 0x800) {
-            putByte(0xC0 | (c >> 6));
-        } else if (c < 0x10000) {
-            putByte(0xE0 | (c >> 12));
-            putByte(0x80 | ((c >> 6) & 0x3F));
-        } else {
-            putByte(0xF0 | (c >> 18));
-            putByte(0x80 | ((c >> 12) & 0x3F));
-            putByte(0x80 | ((c >> 6) & 0x3F));
-        }
-        putByte(0x80 | (c & 0x3F));
-    }
-
-    // Copies the units of `text` from `i` on that are ASCII and need no escape, as far as the
-    // buffer allows; returns the index of the first unit not copied.
-    std::size_t copyAsciiRun(const char16_t* text, std::size_t i, const EscapeTable& table)
-    {
-        while (used < sizeof(buffer)) {
-            const char16_t c = text[i];
-            if (c == 0 || c >= 0x80 || table.escapes[c]) break;
-            buffer[used++] = static_cast<char>(c);
-            ++i;
-        }
-        return i;
-    }
-};
+    *out++ = static_cast<char>(0x80 | (c & 0x3F));
+    return out;
+}
 
 bool isLeadSurrogate(char16_t c) { return c >= 0xD800 && c <= 0xDBFF; }
 bool isTrailSurrogate(char16_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
 
-// Writes the unit at `i` (above U+007F), with its trail if it leads a pair; returns the index of
-// the next unit.
-std::size_t putNonAscii(Writer& out, const char16_t* text, std::size_t i)
+// Writes the unit at `text[i]` (above U+007F), with its trail if it leads a pair, at `out`;
+// advances `i` past it and returns the end.
+char* putNonAscii(char* out, const char16_t* text, std::size_t& i)
 {
     const char16_t c = text[i];
     if (isLeadSurrogate(c) && isTrailSurrogate(text[i + 1])) {
-        out.putScalar(0x10000 + ((char32_t(c) - 0xD800) << 10) + (char32_t(text[i + 1]) - 0xDC00));
-        return i + 2;
+        i += 2;
+        return putScalar(
+            out, 0x10000 + ((char32_t(c) - 0xD800) << 10) + (char32_t(text[i - 1]) - 0xDC00));
     }
-    if (isLeadSurrogate(c) || isTrailSurrogate(c) || c == 0xFFFE || c == 0xFFFF)
-        out.putEscape(replacement, sizeof replacement - 1);
-    else
-        out.putScalar(c);
-    return i + 1;
-}
-
-std::ostream& putUtf16(std::ostream& os, const char16_t* text, const EscapeTable& table)
-{
-    if (!text) return os;
-    Writer out(os);
-    std::size_t i = 0;
-    for (;;) {
-        i = out.copyAsciiRun(text, i, table);
-        out.reserveItem();
-        const char16_t c = text[i];
-        if (c == 0) break;
-        if (c >= 0x80) {
-            i = putNonAscii(out, text, i);
-            continue;
-        }
-        if (table.escapes[c])
-            out.putEscape(table.escapes[c], table.lengths[c]);
-        else
-            out.putByte(c); // the run stopped only because the buffer was full
-        ++i;
+    ++i;
+    if (isLeadSurrogate(c) || isTrailSurrogate(c) || c == 0xFFFE || c == 0xFFFF) {
+        std::memcpy(out, replacement, sizeof replacement - 1);
+        return out + sizeof replacement - 1;
     }
-    return os;
+    return putScalar(out, c);
 }
 
 } // namespace
 
 std::ostream& Plinth::putCData(std::ostream& os, const char16_t* text)
 {
-    return putUtf16(os, text, textEscapes);
+    if (!text) return os;
+    XmlOutput out(os);
+    out.putCharacterData(text);
+    out.flush();
+    return os;
 }
 
 std::ostream& Plinth::putAttributeData(std::ostream& os, const char16_t* text)
 {
-    return putUtf16(os, text, attributeEscapes);
+    if (!text) return os;
+    XmlOutput out(os);
+    out.putAttributeData(text);
+    out.flush();
+    return os;
 }
 
 std::ostream& Plinth::putAttributeData(std::ostream& os, const char* bytes)
 {
+    if (!bytes) return os;
     XmlOutput out(os);
     out.putAttributeData(bytes);
     out.flush();
     return os;
+}
+
+void Plinth::XmlOutput::putUtf16(const char16_t* text, bool attribute)
+{
+    if (!text) return;
+    const EscapeTable& table = attribute ? attributeEscapes : textEscapes;
+    std::size_t i = 0;
+    for (;;) {
+        // The run of units that are ASCII and need no escape, as far as the buffer allows.
+        while (used < sizeof buffer) {
+            const char16_t c = text[i];
+            if (c == 0 || c >= 0x80 || table.escapes[c]) break;
+            buffer[used++] = static_cast<char>(c);
+            ++i;
+        }
+        if (used + longestItem > sizeof buffer) flush();
+        const char16_t c = text[i];
+        if (c == 0) break;
+        if (c >= 0x80) {
+            used = static_cast<std::size_t>(putNonAscii(buffer + used, text, i) - buffer);
+            continue;
+        }
+        if (table.escapes[c]) {
+            std::memcpy(buffer + used, table.escapes[c], table.lengths[c]);
+            used += table.lengths[c];
+        } else {
+            buffer[used++]
+                = static_cast<char>(c); // the run stopped only because the buffer was full
+        }
+        ++i;
+    }
 }
 
 void Plinth::XmlOutput::putAttributeData(const char* bytes)
