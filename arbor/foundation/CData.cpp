@@ -9,11 +9,11 @@ namespace {
 // UTF-8 of U+FFFD, written for every code unit XML cannot carry.
 constexpr char replacement[] = "\xEF\xBF\xBD";
 
-// How each ASCII unit is written: null for "as it is", else the text that replaces it. Controls
-// XML cannot carry become the replacement character.
+// How each ASCII unit is written: a length of 0 for "as it is", else the text that replaces it,
+// padded to 8 bytes so that writing one is a single fixed-size copy. Controls XML cannot carry
+// become the replacement character.
 struct EscapeTable {
-    const char* escapes[128];
-    // The length of each escape, so that writing one needs no strlen.
+    char escapes[128][8];
     unsigned char lengths[128];
 
     constexpr explicit EscapeTable(bool attribute)
@@ -21,21 +21,28 @@ struct EscapeTable {
         , lengths {}
     {
         for (unsigned c = 0; c < 0x20; ++c)
-            escapes[c] = replacement;
-        set('\t', attribute ? "&#9;" : nullptr);
-        set('\n', attribute ? "&#10;" : nullptr);
+            set(c, replacement);
+        if (attribute) {
+            set('\t', "&#9;");
+            set('\n', "&#10;");
+            set('"', "&quot;");
+        } else {
+            lengths[static_cast<unsigned char>('\t')] = 0;
+            lengths[static_cast<unsigned char>('\n')] = 0;
+        }
         set('\r', "&#13;");
         set('&', "&amp;");
         set('<', "&lt;");
         set('>', "&gt;");
-        set('"', attribute ? "&quot;" : nullptr);
-        for (unsigned c = 0; c < 128; ++c) {
-            for (const char* text = escapes[c]; text && *text; ++text)
-                ++lengths[c];
-        }
     }
 
-    constexpr void set(char c, const char* text) { escapes[static_cast<unsigned char>(c)] = text; }
+    constexpr void set(unsigned c, const char* text)
+    {
+        unsigned char length = 0;
+        for (; text[length]; ++length)
+            escapes[c][length] = text[length];
+        lengths[c] = length;
+    }
 };
 
 constexpr EscapeTable textEscapes(false);
@@ -111,48 +118,73 @@ std::ostream& Plinth::putAttributeData(std::ostream& os, const char* bytes)
     return os;
 }
 
+// Both writers keep the fill level in a local: stores into the buffer could otherwise alias it and
+// force a reload per byte.
+
 void Plinth::XmlOutput::putUtf16(const char16_t* text, bool attribute)
 {
     if (!text) return;
     const EscapeTable& table = attribute ? attributeEscapes : textEscapes;
-    std::size_t i = 0;
+    std::size_t at = used;
     for (;;) {
         // The run of units that are ASCII and need no escape, as far as the buffer allows.
-        while (used < sizeof buffer) {
-            const char16_t c = text[i];
-            if (c == 0 || c >= 0x80 || table.escapes[c]) break;
-            buffer[used++] = static_cast<char>(c);
-            ++i;
+        while (at < sizeof buffer) {
+            const char16_t c = *text;
+            if (c == 0 || c >= 0x80 || table.lengths[c]) break;
+            buffer[at++] = static_cast<char>(c);
+            ++text;
         }
-        if (used + longestItem > sizeof buffer) flush();
-        const char16_t c = text[i];
+        if (at + longestItem > sizeof buffer) {
+            used = at;
+            flush();
+            at = 0;
+        }
+        const char16_t c = *text;
         if (c == 0) break;
         if (c >= 0x80) {
-            used = static_cast<std::size_t>(putNonAscii(buffer + used, text, i) - buffer);
+            std::size_t i = 0;
+            at = static_cast<std::size_t>(putNonAscii(buffer + at, text, i) - buffer);
+            text += i;
             continue;
         }
-        if (table.escapes[c]) {
-            std::memcpy(buffer + used, table.escapes[c], table.lengths[c]);
-            used += table.lengths[c];
+        if (table.lengths[c]) {
+            std::memcpy(buffer + at, table.escapes[c], longestItem);
+            at += table.lengths[c];
         } else {
-            buffer[used++]
-                = static_cast<char>(c); // the run stopped only because the buffer was full
+            buffer[at++] = static_cast<char>(c); // the run stopped because the buffer was full
         }
-        ++i;
+        ++text;
     }
+    used = at;
 }
 
 void Plinth::XmlOutput::putAttributeData(const char* bytes)
 {
     if (!bytes) return;
-    // Runs of bytes that need no escape are copied with one append each.
-    const char* run = bytes;
-    for (const char* at = bytes;; ++at) {
-        const unsigned char c = static_cast<unsigned char>(*at);
-        if (c != 0 && (c >= 0x80 || !attributeEscapes.escapes[c])) continue;
-        put(run, static_cast<std::size_t>(at - run));
-        if (c == 0) return;
-        put(attributeEscapes.escapes[c], attributeEscapes.lengths[c]);
-        run = at + 1;
+    const EscapeTable& table = attributeEscapes;
+    std::size_t at = used;
+    for (;;) {
+        // The run of bytes that need no escape, as far as the buffer allows.
+        while (at < sizeof buffer) {
+            const unsigned char c = static_cast<unsigned char>(*bytes);
+            if (c == 0 || (c < 0x80 && table.lengths[c])) break;
+            buffer[at++] = static_cast<char>(c);
+            ++bytes;
+        }
+        if (at + longestItem > sizeof buffer) {
+            used = at;
+            flush();
+            at = 0;
+        }
+        const unsigned char c = static_cast<unsigned char>(*bytes);
+        if (c == 0) break;
+        if (c < 0x80 && table.lengths[c]) {
+            std::memcpy(buffer + at, table.escapes[c], longestItem);
+            at += table.lengths[c];
+        } else {
+            buffer[at++] = static_cast<char>(c); // the run stopped because the buffer was full
+        }
+        ++bytes;
     }
+    used = at;
 }

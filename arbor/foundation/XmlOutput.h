@@ -52,6 +52,20 @@ public:
         if (used == sizeof buffer) flush();
         buffer[used++] = c;
     }
+    /// Appends the characters of the NUL-terminated `text` as they are (names are short: a byte
+    /// loop beats measuring and copying).
+    void putString(const char* text)
+    {
+        std::size_t at = used;
+        for (;;) {
+            while (at < sizeof buffer && *text)
+                buffer[at++] = *text++;
+            used = at;
+            if (!*text) return;
+            flush();
+            at = 0;
+        }
+    }
     /// Appends `bytes` escaped as the narrow `putAttributeData` writes them; null appends nothing.
     void putAttributeData(const char* bytes);
     /// Appends UTF-16 `text` as `putCData` writes it; null appends nothing.

@@ -73,10 +73,7 @@ struct Arbor::BasicElement::Store {
     /// Capacity of a block holding `count` places: 2, then powers of two.
     static std::uint32_t capacityFor(std::uint32_t count)
     {
-        std::uint32_t capacity = 2;
-        while (capacity < count)
-            capacity *= 2;
-        return capacity;
+        return count <= 2 ? 2 : std::uint32_t(1) << (32 - __builtin_clz(count - 1));
     }
     std::uint32_t capacity() const { return capacityFor(used); }
     Entry* entries() { return reinterpret_cast<Entry*>(this + 1); }
@@ -280,7 +277,7 @@ void Arbor::BasicElement::putAttributes(Plinth::XmlOutput& out) const
             out.fail();
             return;
         }
-        out.put(name, std::strlen(name));
+        out.putString(name);
         out.put("=\"", 2);
         if (const char* bytes = valueBytes(attribute->second)) {
             out.putAttributeData(bytes);

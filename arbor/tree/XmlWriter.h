@@ -38,7 +38,7 @@ public:
     void putName(Token name)
     {
         if (!name.name) return fail();
-        put(name.name, std::strlen(name.name));
+        putString(name.name);
     }
 };
 
