@@ -269,6 +269,9 @@ void Arbor::BasicElement::putAttributes(Plinth::XmlOutput& out) const
     std::string text;
     const Entry* entries = store->entries();
     for (const Entry* attribute = entries; attribute != entries + store->used; ++attribute) {
+        if (const char* bytes = valueBytes(attribute->second)) __builtin_prefetch(bytes);
+    }
+    for (const Entry* attribute = entries; attribute != entries + store->used; ++attribute) {
         if (isRemoved(*attribute)) continue;
         const char* name = attribute->first.name;
         out.put(' ');
