@@ -8,7 +8,7 @@
 #include "arbor/range/RangeList.h"
 #include "arbor/tree/DocumentFragment.h"
 #include "arbor/tree/Text.h"
-#include "arbor/tree/XmlWriter.h"
+#include "arbor/tree/TreeOutput.h"
 #include "arbor/values/NodeNames.h"
 
 #include <ostream>
@@ -76,7 +76,7 @@ Arbor::Token Arbor::Document::nodeName() { return tok_document; }
 
 std::ostream& Arbor::Document::putXml(std::ostream& os)
 {
-    XmlWriter out(os);
+    TreeOutput out(os);
     out.put("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n", 39);
     if (Node* element = firstChild()) out.putNode(element);
     out.put('\n');

@@ -203,6 +203,7 @@ void Arbor::BasicElement::setAttributeRaw(Token name, const Variant& value)
     // A new name goes at the end; a full block moves to one twice its size first.
     std::uint32_t capacity = store->capacity();
     if (store->used == capacity) {
+        if (capacity >= std::uint32_t(1) << 30) throw std::bad_alloc();
         capacity *= 2;
         Store* grown = Store::make(capacity);
         Entry* from = store->entries();

@@ -12,7 +12,7 @@ class XmlOutput;
 
 namespace Arbor {
 
-class XmlWriter;
+class TreeOutput;
 
 /// A ready-made element: its tag is fixed at construction and its attributes are kept in
 /// insertion order with a lookup index, so hosts that need no element class of their own can use
@@ -60,7 +60,7 @@ public:
     static void appendValueText(std::string& out, const Variant& value);
 
 private:
-    friend class XmlWriter;
+    friend class TreeOutput;
     struct Store;
 
     Token tag;

@@ -2,7 +2,7 @@
 
 #include "arbor/document/Document.h"
 #include "arbor/tree/DomException.h"
-#include "arbor/tree/XmlWriter.h"
+#include "arbor/tree/TreeOutput.h"
 #include "arbor/undo/AttributeOperation.h"
 
 #include <ostream>
@@ -22,7 +22,7 @@ Arbor::Element* Arbor::Element::asElement() { return this; }
 
 std::ostream& Arbor::Element::putXml(std::ostream& os)
 {
-    XmlWriter out(os);
+    TreeOutput out(os);
     out.putElement(this);
     out.flush();
     return os;

@@ -1,4 +1,4 @@
-#include "arbor/tree/XmlWriter.h"
+#include "arbor/tree/TreeOutput.h"
 
 #include "arbor/tree/BasicElement.h"
 #include "arbor/tree/Element.h"
@@ -79,7 +79,7 @@ const Known& known()
 
 } // namespace
 
-void Arbor::XmlWriter::putNode(Node* node)
+void Arbor::TreeOutput::putNode(Node* node)
 {
     const Known& k = known();
     const void* putXml = slotOf(node, k.putXml);
@@ -93,7 +93,7 @@ void Arbor::XmlWriter::putNode(Node* node)
     }
 }
 
-void Arbor::XmlWriter::putElement(Element* element)
+void Arbor::TreeOutput::putElement(Element* element)
 {
     const Known& k = known();
     // The attributes and the children are separate allocations: their loads overlap the work on

@@ -1,5 +1,5 @@
-#ifndef ARBOR_TREE_XML_WRITER_H
-#define ARBOR_TREE_XML_WRITER_H
+#ifndef ARBOR_TREE_TREE_OUTPUT_H
+#define ARBOR_TREE_TREE_OUTPUT_H
 
 // Internal: not exported and not part of the umbrella header.
 
@@ -23,9 +23,9 @@ class Node;
 ///
 /// A node class of the library with its own `putXml` joins the buffered path in two steps: its
 /// `putXml(os)` makes a writer, writes through it and flushes it (as `Element::putXml` does), and
-/// `putNode` learns its implementation (a case in XmlWriter.cpp next to the element's and the
+/// `putNode` learns its implementation (a case in TreeOutput.cpp next to the element's and the
 /// text's) so that a parent's writer writes it in the same buffer.
-class XmlWriter : public Plinth::XmlOutput {
+class TreeOutput : public Plinth::XmlOutput {
 public:
     using XmlOutput::XmlOutput;
 
