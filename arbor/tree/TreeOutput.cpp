@@ -95,22 +95,13 @@ void Arbor::TreeOutput::putNode(Node* node)
 
 void Arbor::TreeOutput::putElement(Element* element)
 {
-    const Known& k = known();
     // The attributes and the children are separate allocations: their loads overlap the work on
     // the tags instead of following it one by one.
     if (Node* first = element->firstChild()) __builtin_prefetch(first);
     const Token name = element->nodeName();
     put('<');
     putName(name);
-    const void* putAttributesXml = slotOf(element, k.putAttributesXml);
-    if (putAttributesXml && putAttributesXml == k.elementPutAttributesXml) {
-        // Writes nothing.
-    } else if (putAttributesXml && putAttributesXml == k.basicPutAttributesXml && os.width() == 0) {
-        static_cast<BasicElement*>(element)->putAttributes(*this);
-    } else {
-        flush();
-        element->putAttributesXml(os);
-    }
+    putAttributes(element);
     put('>');
     for (Node* child = element->firstChild(); child; child = child->next) {
         // Siblings are separate allocations: ask for the next one while this one is written.
@@ -120,4 +111,18 @@ void Arbor::TreeOutput::putElement(Element* element)
     put("</", 2);
     putName(name);
     put('>');
+}
+
+void Arbor::TreeOutput::putAttributes(Element* element)
+{
+    const Known& k = known();
+    const void* putAttributesXml = slotOf(element, k.putAttributesXml);
+    if (putAttributesXml && putAttributesXml == k.elementPutAttributesXml) {
+        // Writes nothing.
+    } else if (putAttributesXml && putAttributesXml == k.basicPutAttributesXml && os.width() == 0) {
+        static_cast<BasicElement*>(element)->putAttributes(*this);
+    } else {
+        flush();
+        element->putAttributesXml(os);
+    }
 }

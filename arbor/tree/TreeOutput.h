@@ -33,6 +33,8 @@ public:
     void putNode(Node* node);
     /// Writes `element` as `Element::putXml` does: start tag, attributes, children, end tag.
     void putElement(Element* element);
+    /// Writes the attributes of `element` as its `putAttributesXml` does.
+    void putAttributes(Element* element);
     /// Writes the string of `name`; a token without a string writes nothing and fails the
     /// stream, as streaming a null narrow string does.
     void putName(Token name)
