@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <strings.h>
+#include <vector>
 
 namespace {
 
@@ -67,6 +68,9 @@ struct Table {
     int map[256];
     bool convertWhole = false;
     bool hasLeads = false;
+    // The characters of all two-byte sequences, by lead byte times 256 plus trail byte (-1 for an
+    // invalid one), so the parser's calls cost a lookup and not a conversion each.
+    std::vector<std::int32_t> pairs;
 };
 
 // The characters that must be their own single byte for the parser to read the markup.
@@ -119,6 +123,15 @@ std::shared_ptr<const Table> buildTable(const std::string& name)
             }
             entry = length ? -length : -1;
             table->hasLeads = table->hasLeads || length > 0;
+            if (length == 2) {
+                table->pairs.resize(256 * 256, -1);
+                for (int trail = 0; trail < 256; ++trail) {
+                    const char pair[2] = { byte, char(trail) };
+                    const Converter::Result r = converter.convert(pair, 2);
+                    if (r.outcome == Converter::One)
+                        table->pairs[std::size_t(b * 256 + trail)] = r.character;
+                }
+            }
         } else if (result.outcome != Converter::Invalid) {
             table->convertWhole = true;
             break;
@@ -163,7 +176,10 @@ struct Decoder {
 int XMLCALL decode(void* data, const char* sequence)
 {
     auto* decoder = static_cast<Decoder*>(data);
-    const int length = -decoder->table->map[(unsigned char)sequence[0]];
+    const auto lead = (unsigned char)sequence[0];
+    const int length = -decoder->table->map[lead];
+    if (length == 2)
+        return decoder->table->pairs[std::size_t(lead * 256 + (unsigned char)sequence[1])];
     const Converter::Result result = decoder->converter.convert(sequence, std::size_t(length));
     return result.outcome == Converter::One ? result.character : -1;
 }

@@ -15,44 +15,43 @@
 //   the columns (counted in characters) the parser reports in the UTF-8 text are those of the
 //   input.
 
-#include <expat.h>
-
 #include <cstddef>
+#include <expat.h>
 #include <string>
 
 namespace Arbor {
 namespace XmlEncoding {
 
-/// The name iconv knows for `name`: a few aliases common in web pages that the C library lacks
-/// are mapped, everything else is returned as it is (iconv ignores case itself).
-std::string iconvName(const std::string& name);
+    /// The name iconv knows for `name`: a few aliases common in web pages that the C library lacks
+    /// are mapped, everything else is returned as it is (iconv ignores case itself).
+    std::string iconvName(const std::string& name);
 
-/// What the parser's handler for unknown encodings learnt: the name the declaration gave, and
-/// whether iconv converts it only as a whole (then the handler refuses it, and the loader
-/// converts the input and parses again). A refused name without `convertWhole` is one nobody
-/// converts.
-struct Request {
-    std::string name;
-    bool convertWhole = false;
-};
+    /// What the parser's handler for unknown encodings learnt: the name the declaration gave, and
+    /// whether iconv converts it only as a whole (then the handler refuses it, and the loader
+    /// converts the input and parses again). A refused name without `convertWhole` is one nobody
+    /// converts.
+    struct Request {
+        std::string name;
+        bool convertWhole = false;
+    };
 
-/// The parser's handler for encodings it does not know; `data` points at a `Request`.
-int XMLCALL unknownEncodingHandler(void* data, const XML_Char* name, XML_Encoding* info);
+    /// The parser's handler for encodings it does not know; `data` points at a `Request`.
+    int XMLCALL unknownEncodingHandler(void* data, const XML_Char* name, XML_Encoding* info);
 
-/// When the first bytes show an encoding that is not ASCII-compatible and that the parser does
-/// not detect itself (UTF-32, EBCDIC), the name of that encoding as the declaration names it (or
-/// as the bytes show it, without a declaration); otherwise empty.
-std::string sniffForeign(const char* data, std::size_t bytes);
+    /// When the first bytes show an encoding that is not ASCII-compatible and that the parser does
+    /// not detect itself (UTF-32, EBCDIC), the name of that encoding as the declaration names it
+    /// (or as the bytes show it, without a declaration); otherwise empty.
+    std::string sniffForeign(const char* data, std::size_t bytes);
 
-/// A conversion of the whole input to UTF-8. On an invalid or cut-off sequence, `failed` is set
-/// and `text` holds the converted part before it.
-struct Converted {
-    std::string text;
-    bool failed = false;
-};
+    /// A conversion of the whole input to UTF-8. On an invalid or cut-off sequence, `failed` is set
+    /// and `text` holds the converted part before it.
+    struct Converted {
+        std::string text;
+        bool failed = false;
+    };
 
-/// Converts `bytes` bytes at `data` from `encoding` to UTF-8, dropping a byte order mark.
-Converted toUtf8(const std::string& encoding, const char* data, std::size_t bytes);
+    /// Converts `bytes` bytes at `data` from `encoding` to UTF-8, dropping a byte order mark.
+    Converted toUtf8(const std::string& encoding, const char* data, std::size_t bytes);
 
 } // namespace XmlEncoding
 } // namespace Arbor

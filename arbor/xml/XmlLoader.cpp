@@ -1,19 +1,17 @@
 #include "arbor/xml/XmlLoader.h"
 
-#include "arbor/xml/XmlEncoding.h"
-#include "arbor/xml/XmlPositions.h"
-
 #include "arbor/tree/Element.h"
 #include "arbor/tree/Text.h"
 #include "arbor/tree/Utf8.h"
 #include "arbor/values/Variant.h"
-
-#include <expat.h>
+#include "arbor/xml/XmlEncoding.h"
+#include "arbor/xml/XmlPositions.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <exception>
+#include <expat.h>
 #include <fstream>
 #include <istream>
 #include <memory>

@@ -11,8 +11,9 @@
 namespace Arbor {
 namespace XmlPositions {
 
-/// Enters the positions of the nodes a load made for `document`.
-void record(Document* document, const std::vector<std::pair<Node*, XmlSourcePosition>>& entries);
+    /// Enters the positions of the nodes a load made for `document`.
+    void record(
+        Document* document, const std::vector<std::pair<Node*, XmlSourcePosition>>& entries);
 
 } // namespace XmlPositions
 } // namespace Arbor
