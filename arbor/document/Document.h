@@ -6,6 +6,7 @@
 #include "arbor/values/Token.h"
 
 #include <list>
+#include <string_view>
 
 namespace Arbor {
 
@@ -18,6 +19,9 @@ class ModelOperation;
 class Range;
 class RangeList;
 class Text;
+class Comment;
+class ProcessingInstruction;
+class DocumentType;
 
 /// One registration of an observer.
 struct ObserverEntry {
@@ -120,6 +124,17 @@ public:
     Text* createTextNode(const char16_t* data);
     /// A new empty unlinked fragment of this document; count 0.
     DocumentFragment* createDocumentFragment();
+    /// A new unlinked comment of this document with a copy of `data`; count 0. Throws
+    /// INVALID_CHARACTER_ERR for data a comment cannot hold (see `Comment`).
+    Comment* createComment(const char16_t* data);
+    /// A new unlinked processing instruction of this document for `target` with a copy of `data`;
+    /// count 0. Throws INVALID_CHARACTER_ERR for a target or data it cannot hold (see
+    /// `ProcessingInstruction`).
+    ProcessingInstruction* createProcessingInstruction(Token target, const char16_t* data);
+    /// A new unlinked document type declaration of this document (UTF-8 values, empty: absent);
+    /// count 0. Throws INVALID_CHARACTER_ERR for values it cannot write (see `DocumentType`).
+    DocumentType* createDocumentType(Token name, std::string_view publicId = {},
+        std::string_view systemId = {}, std::string_view internalSubset = {});
 
     /// Runs the queued functions, in order, when no operation is running.
     void executePostedFunctions();

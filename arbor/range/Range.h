@@ -137,10 +137,11 @@ public:
     /// `index`. The range list works the index and the counts out once for all its ranges.
     ARBOR_INTERNAL void followChildren(
         Node* parent, unsigned long index, unsigned long removed, unsigned long inserted);
-    /// Internal upkeep behind `beforeReplaceText`, for a range with a point in `text`: `count`
-    /// units from `offset` are replaced by `inserted` units.
+    /// Internal upkeep behind `beforeReplaceText`, for a range with a point in `text` (a text
+    /// node, comment or processing instruction): `count` units from `offset` are replaced by
+    /// `inserted` units.
     ARBOR_INTERNAL void followText(
-        Text* text, unsigned long offset, unsigned long count, unsigned long inserted);
+        Node* text, unsigned long offset, unsigned long count, unsigned long inserted);
 
 private:
     friend class RangeList;

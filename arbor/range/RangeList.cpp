@@ -114,8 +114,8 @@ void Arbor::RangeList::followChildren(DomEvent& event)
 void Arbor::RangeList::followText(DomEvent& event)
 {
     auto& e = static_cast<BeforeReplaceTextEvent&>(event);
-    Text* text = e.target->asText();
-    if (!text) return;
+    // Comments and processing instructions announce their edits with the same event.
+    Node* text = e.target;
     bool known = false;
     unsigned long inserted = 0;
     followEach([&](Range* range) {

@@ -48,7 +48,9 @@ void Arbor::Range::onEvent(DomEvent& event)
     if (flags & (Detached | Suspended)) return;
     if (event.type == tok_BeforeReplaceText) {
         auto& e = static_cast<BeforeReplaceTextEvent&>(event);
-        if (Text* text = e.target->asText()) beforeReplaceText(text, e.offset, e.count, e.data);
+        // Comments and processing instructions announce their edits with the same event.
+        if (e.target == startContainer || e.target == endContainer)
+            followText(e.target, e.offset, e.count, e.data ? Plinth::ustrlen(e.data) : 0);
     } else if (event.type == tok_BeforeReplaceChildren) {
         auto& e = static_cast<BeforeReplaceChildrenEvent&>(event);
         beforeReplaceChildren(e.target, e.child, e.count, e.newChild);
@@ -99,7 +101,7 @@ void Arbor::Range::beforeReplaceText(
 }
 
 void Arbor::Range::followText(
-    Text* text, unsigned long offset, unsigned long count, unsigned long inserted)
+    Node* text, unsigned long offset, unsigned long count, unsigned long inserted)
 {
     Node* sc = startContainer;
     unsigned long so = startOffset;

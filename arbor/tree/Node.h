@@ -18,10 +18,14 @@ class Text;
 enum NodeTypeCode : int {
     ELEMENT_NODE = 1,
     TEXT_NODE = 3,
+    PROCESSING_INSTRUCTION_NODE = 7,
+    COMMENT_NODE = 8,
     DOCUMENT_NODE = 9,
+    DOCUMENT_TYPE_NODE = 10,
     DOCUMENT_FRAGMENT_NODE = 11,
     RANGE_NODE = 1000,
     RANGE_LIST_NODE = 1001,
+    DOCUMENT_MISC_NODE = 1002,
 };
 
 /// Base of every object in a document tree: elements, text, fragments, the document, ranges and

@@ -21,6 +21,9 @@ namespace Arbor {
 class Document;
 class Element;
 class Text;
+class Comment;
+class DataNode;
+class ProcessingInstruction;
 
 /// The UTF-16 form of `bytes`, with ill-formed input repaired (see above).
 ARBOR_API std::u16string utf16FromUtf8(std::string_view bytes);
@@ -37,6 +40,18 @@ ARBOR_API Text* createTextNodeUtf8(Document* document, std::string_view bytes);
 
 /// The data of `text` in UTF-8; empty for an empty node.
 ARBOR_API std::string textUtf8(const Text* text);
+
+/// A new unlinked comment of `document` holding `bytes` in UTF-16, as `Document::createComment`
+/// makes it, with the same checks.
+ARBOR_API Comment* createCommentUtf8(Document* document, std::string_view bytes);
+
+/// A new unlinked processing instruction of `document` for `target` holding `bytes` in UTF-16,
+/// as `Document::createProcessingInstruction` makes it, with the same checks.
+ARBOR_API ProcessingInstruction* createProcessingInstructionUtf8(
+    Document* document, Token target, std::string_view bytes);
+
+/// The data of a comment or processing instruction in UTF-8; empty for no data.
+ARBOR_API std::string dataUtf8(const DataNode* node);
 
 /// Sets the attribute `name` of `element` to a `StringVariant` holding `bytes` as well-formed
 /// UTF-8, through `Element::setAttribute`: the same checks, hooks, events and undo record, and
