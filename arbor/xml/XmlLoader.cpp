@@ -1,6 +1,11 @@
 #include "arbor/xml/XmlLoader.h"
 
+#include "arbor/document/DocumentMisc.h"
+#include "arbor/tree/Comment.h"
+#include "arbor/tree/DocumentType.h"
+#include "arbor/tree/DomException.h"
 #include "arbor/tree/Element.h"
+#include "arbor/tree/ProcessingInstruction.h"
 #include "arbor/tree/Text.h"
 #include "arbor/tree/Utf8.h"
 #include "arbor/values/Variant.h"
@@ -142,12 +147,25 @@ private:
     std::u16string wide;
     NameCache names;
     std::vector<std::pair<Arbor::Node*, Arbor::XmlSourcePosition>> positions;
+    // The document type declaration while the parser is inside it: its internal subset is
+    // gathered as written.
+    bool inDoctype = false;
+    std::string doctypeName;
+    std::string doctypeSystemId;
+    std::string doctypePublicId;
+    std::string subset;
     std::unique_ptr<XML_ParserStruct, ParserFree> parser;
     std::exception_ptr failure;
 
     static void XMLCALL onStart(void* self, const XML_Char* name, const XML_Char** attributes);
     static void XMLCALL onEnd(void* self, const XML_Char* name);
     static void XMLCALL onText(void* self, const XML_Char* data, int bytes);
+    static void XMLCALL onComment(void* self, const XML_Char* data);
+    static void XMLCALL onInstruction(void* self, const XML_Char* target, const XML_Char* data);
+    static void XMLCALL onDoctypeStart(void* self, const XML_Char* name, const XML_Char* systemId,
+        const XML_Char* publicId, int hasInternalSubset);
+    static void XMLCALL onDoctypeEnd(void* self);
+    static void XMLCALL onSubset(void* self, const XML_Char* data, int bytes);
 
     template <class Step> void guarded(Step step);
     Arbor::XmlSourcePosition here() const;
@@ -155,6 +173,12 @@ private:
     void endElement();
     void addText(const XML_Char* data, int bytes);
     void flushText();
+    void addComment(const XML_Char* data);
+    void addInstruction(const XML_Char* target, const XML_Char* data);
+    void endDoctype();
+    // Links `node` (fresh) where the parser stands: in the open element, else in the prolog or
+    // the epilog.
+    void place(Arbor::Node* node, const Arbor::XmlSourcePosition& where);
     // Links `node` as the last child of the open element.
     void link(Arbor::Node* node, const Arbor::XmlSourcePosition& where);
     [[noreturn]] void throwParseError() const;
@@ -175,6 +199,9 @@ bool TreeBuilder::parse(const char* data, std::size_t bytes, const char* protoco
     XML_SetUserData(p, this);
     XML_SetElementHandler(p, onStart, onEnd);
     XML_SetCharacterDataHandler(p, onText);
+    XML_SetCommentHandler(p, onComment);
+    XML_SetProcessingInstructionHandler(p, onInstruction);
+    XML_SetDoctypeDeclHandler(p, onDoctypeStart, onDoctypeEnd);
     XML_SetUnknownEncodingHandler(p, Arbor::XmlEncoding::unknownEncodingHandler, &encoding);
     // No external entity or subset is ever read (there is no handler that could), and entity
     // expansion beyond a hundredfold of the input, once past 8 MiB, is refused.
@@ -226,6 +253,48 @@ void XMLCALL TreeBuilder::onText(void* self, const XML_Char* data, int bytes)
     builder->guarded([=] { builder->addText(data, bytes); });
 }
 
+void XMLCALL TreeBuilder::onComment(void* self, const XML_Char* data)
+{
+    auto* builder = static_cast<TreeBuilder*>(self);
+    builder->guarded([=] { builder->addComment(data); });
+}
+
+void XMLCALL TreeBuilder::onInstruction(void* self, const XML_Char* target, const XML_Char* data)
+{
+    auto* builder = static_cast<TreeBuilder*>(self);
+    builder->guarded([=] { builder->addInstruction(target, data); });
+}
+
+void XMLCALL TreeBuilder::onDoctypeStart(
+    void* self, const XML_Char* name, const XML_Char* systemId, const XML_Char* publicId, int)
+{
+    auto* builder = static_cast<TreeBuilder*>(self);
+    builder->guarded([=] {
+        builder->doctypeName = name;
+        builder->doctypeSystemId = systemId ? systemId : "";
+        builder->doctypePublicId = publicId ? publicId : "";
+        builder->inDoctype = true;
+        // What the default handler sees from here to the end of the declaration is the internal
+        // subset between its brackets, as written; comments and processing instructions in it
+        // come through their own handlers and are put back in their places.
+        XML_SetDefaultHandlerExpand(builder->parser.get(), onSubset);
+    });
+}
+
+void XMLCALL TreeBuilder::onDoctypeEnd(void* self)
+{
+    auto* builder = static_cast<TreeBuilder*>(self);
+    builder->guarded([=] { builder->endDoctype(); });
+}
+
+void XMLCALL TreeBuilder::onSubset(void* self, const XML_Char* data, int bytes)
+{
+    auto* builder = static_cast<TreeBuilder*>(self);
+    builder->guarded([=] {
+        if (builder->inDoctype) builder->subset.append(data, std::size_t(bytes));
+    });
+}
+
 template <class Step> void TreeBuilder::guarded(Step step)
 {
     if (failure) return;
@@ -252,7 +321,11 @@ void TreeBuilder::startElement(const XML_Char* name, const XML_Char** attributes
             "elements nested deeper than " + std::to_string(options.maxDepth));
     }
     Plinth::Ref<Arbor::Element> element(document->createElement(names.get(name)));
-    for (const XML_Char** attribute = attributes; *attribute; attribute += 2)
+    // Only the attributes written in the tag: defaults from the internal subset, which is kept,
+    // come back with it when the document is read again.
+    const int specified = XML_GetSpecifiedAttributeCount(parser.get());
+    for (const XML_Char** attribute = attributes; attribute < attributes + specified;
+         attribute += 2)
         element->setAttributeRaw(names.get(attribute[0]), Arbor::StringVariant(attribute[1]));
     if (current)
         link(element.get(), options.recordPositions ? here() : Arbor::XmlSourcePosition());
@@ -285,6 +358,54 @@ void TreeBuilder::flushText()
     appendUtf16(wide, text.data(), text.size());
     text.clear();
     link(document->createTextNode(wide.c_str()), textStart);
+}
+
+void TreeBuilder::addComment(const XML_Char* data)
+{
+    if (inDoctype) {
+        subset.append("<!--").append(data).append("-->");
+        return;
+    }
+    if (!options.keepComments) return;
+    flushText();
+    const Arbor::XmlSourcePosition where = here();
+    wide.clear();
+    appendUtf16(wide, data, std::strlen(data));
+    place(document->createComment(wide.c_str()), where);
+}
+
+void TreeBuilder::addInstruction(const XML_Char* target, const XML_Char* data)
+{
+    if (inDoctype) {
+        subset.append("<?").append(target);
+        if (*data) subset.append(" ").append(data);
+        subset.append("?>");
+        return;
+    }
+    if (!options.keepProcessingInstructions) return;
+    flushText();
+    const Arbor::XmlSourcePosition where = here();
+    wide.clear();
+    appendUtf16(wide, data, std::strlen(data));
+    place(document->createProcessingInstruction(names.get(target), wide.c_str()), where);
+}
+
+void TreeBuilder::endDoctype()
+{
+    XML_SetDefaultHandlerExpand(parser.get(), nullptr);
+    inDoctype = false;
+    place(document->createDocumentType(
+              names.get(doctypeName.c_str()), doctypePublicId, doctypeSystemId, subset),
+        Arbor::XmlSourcePosition());
+    subset.clear();
+}
+
+void TreeBuilder::place(Arbor::Node* node, const Arbor::XmlSourcePosition& where)
+{
+    if (current) return link(node, where);
+    Plinth::Ref<Arbor::Node> held(node);
+    (root ? document->epilog() : document->prolog())->replaceChildrenRaw(nullptr, 0, node);
+    if (options.recordPositions && where.line) positions.emplace_back(node, where);
 }
 
 void TreeBuilder::link(Arbor::Node* node, const Arbor::XmlSourcePosition& where)
