@@ -4,8 +4,10 @@
 #include "arbor/document/Events.h"
 #include "arbor/document/Functor.h"
 #include "arbor/document/IDocObserver.h"
+#include "arbor/document/NodeWatch.h"
 #include "arbor/foundation/Ref.h"
 #include "arbor/range/RangeList.h"
+#include "arbor/tree/ChainRelease.h"
 #include "arbor/tree/DocumentFragment.h"
 #include "arbor/tree/Text.h"
 #include "arbor/values/NodeNames.h"
@@ -55,6 +57,14 @@ Arbor::Document::~Document()
         delete functor;
     postedFunctions.clear();
     observers.clear();
+    // The children go now rather than with the inner-node part, so that their watchers still
+    // find this document's watcher list (the undo stack destroyed in between is empty by now).
+    if (Node* head = first) {
+        first = nullptr;
+        last = nullptr;
+        releaseChain(head, true);
+    }
+    endNodeWatch(this);
 }
 
 void Arbor::Document::unref() const

@@ -22,6 +22,7 @@ class Text;
 class Comment;
 class ProcessingInstruction;
 class DocumentType;
+struct NodeWatchList;
 
 /// One registration of an observer.
 struct ObserverEntry {
@@ -178,12 +179,16 @@ public:
 
 private:
     friend class DocumentPin;
+    friend class Node;
+    friend struct NodeWatchList;
     /// Depth of running operations that keep the document alive.
     mutable unsigned long pinDepth = 0;
     /// Whether the document was counted by anyone when the outermost pin was taken.
     mutable bool heldWhenPinned = false;
     /// Whether its count reached 0 while pinned.
     mutable bool releasedWhilePinned = false;
+    // Side tables that hear of node destruction (NodeWatch.h); null while there are none.
+    NodeWatchList* nodeWatchers = nullptr;
 
     void notifyBatch(bool begin);
 };

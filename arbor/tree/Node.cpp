@@ -1,6 +1,7 @@
 #include "arbor/tree/Node.h"
 
 #include "arbor/document/Document.h"
+#include "arbor/document/NodeWatch.h"
 #include "arbor/foundation/Ref.h"
 #include "arbor/tree/ChainRelease.h"
 
@@ -11,7 +12,12 @@ Arbor::Node::Node(Document* document)
 {
 }
 
-Arbor::Node::~Node() { releaseFollowing(); }
+Arbor::Node::~Node()
+{
+    // The document node itself is past its watchers when its own node part goes.
+    if (document && document != this && document->nodeWatchers) reportNodeDestroyed(this);
+    releaseFollowing();
+}
 
 Arbor::Element* Arbor::Node::asElement() { return nullptr; }
 

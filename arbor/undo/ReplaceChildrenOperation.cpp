@@ -5,6 +5,7 @@
 #include "arbor/foundation/Ref.h"
 #include "arbor/tree/DomException.h"
 #include "arbor/tree/Node.h"
+#include "arbor/undo/InsertionAnchors.h"
 
 namespace {
 
@@ -70,6 +71,10 @@ Arbor::ReplaceChildrenOperation::ReplaceChildrenOperation(
 
 Arbor::ReplaceChildrenOperation::~ReplaceChildrenOperation()
 {
+    if (anchor) {
+        if (InsertionAnchors* anchors = InsertionAnchors::find(document))
+            anchors->release(first, anchor);
+    }
     Plinth::releaseCounted(replacement);
     Plinth::releaseCounted(parent);
 }
@@ -81,7 +86,10 @@ Arbor::ReplaceChildrenOperation::~ReplaceChildrenOperation()
 // it may be gone: it is looked up among the children before it is read.
 void Arbor::ReplaceChildrenOperation::checkPlacement()
 {
-    const bool placed = (!first || isChild(parent, first)) && runIsChildOf(first, count, parent)
+    InsertionAnchors* anchors = first ? InsertionAnchors::find(document) : nullptr;
+    const bool placed
+        = (!first || (anchors && anchors->holds(first, anchor) && isChild(parent, first)))
+        && runIsChildOf(first, count, parent)
         && (!replacement
             || (!replacement->parent && !replacement->previous
                 && Node::countFollowing(replacement) == replacementLength
@@ -94,6 +102,26 @@ void Arbor::ReplaceChildrenOperation::execute()
     // A replay may find `first` gone, so it is looked up before it is read (a walk over the
     // children); the first execution follows the caller's own checks of the same request.
     if (executed) checkPlacement();
+
+    // The next `first` is not counted: its identity is noted before anything changes (running out
+    // of memory there leaves everything as it was), so a later replay can tell it from a new node
+    // at the same address.
+    Node* nextFirst = replacement ? replacement : nodeAfterRun(first, count);
+    struct Anchor {
+        InsertionAnchors* anchors = nullptr;
+        Node* node = nullptr;
+        unsigned long long identity = 0;
+        ~Anchor()
+        {
+            if (identity) anchors->release(node, identity);
+        }
+    } next;
+    if (nextFirst) {
+        next.anchors = &InsertionAnchors::of(document);
+        next.identity = next.anchors->hold(nextFirst);
+        next.node = nextFirst;
+    }
+
     executed = true;
     BeforeReplaceChildrenEvent before(parent, first, replacement, count);
     document->fireEvent(before);
@@ -101,14 +129,17 @@ void Arbor::ReplaceChildrenOperation::execute()
     // The raw replacement gives up the tree's reference on the removed run; hold it here.
     Plinth::Ref<Node> removedHead(count ? first : nullptr);
     const unsigned long inserted = Node::countFollowing(replacement);
-    Plinth::Ref<Node> newPosition(replacement ? replacement : nodeAfterRun(first, count));
+    Plinth::Ref<Node> newPosition(nextFirst);
 
     parent->replaceChildrenRaw(first, count, replacement);
     Node* node = replacement;
     for (unsigned long i = 0; i < inserted && node; ++i, node = node->next)
         node->afterParentChanged();
 
+    if (anchor) InsertionAnchors::find(document)->release(first, anchor);
     first = newPosition.get();
+    anchor = next.identity;
+    next.identity = 0;
     replacementLength = count;
     count = inserted;
     Plinth::assignCounted(replacement, removedHead.get());

@@ -1,0 +1,59 @@
+#ifndef ARBOR_DOCUMENT_NODE_WATCH_H
+#define ARBOR_DOCUMENT_NODE_WATCH_H
+
+// Internal: lets side tables keyed by node address hear when one of a document's nodes is
+// destroyed, so that a new node the allocator places at the same address is never taken for it.
+
+#include "arbor/foundation/Export.h"
+
+namespace Arbor {
+
+class Document;
+class Node;
+
+/// Hears of the destruction of every node of one document.
+///
+/// A watcher is registered on a document with `addNodeWatcher` and stays until
+/// `removeNodeWatcher` or the end of the document. While it is registered, the destructor of
+/// every node whose owner document is that document (the document node itself excepted) calls
+/// `nodeDestroyed` once, before the node's siblings are released. At that point the subclass
+/// parts of the node are already destroyed: the watcher may compare the address and read the
+/// fields of `Node` (`document`, `parent`, `next`, `previous`), but must not call a virtual
+/// function of the node, change any tree, throw, or add or remove watchers.
+///
+/// Several independent watchers may watch the same document; each hears every destruction. The
+/// document has no watcher list until the first watcher arrives, so a document without watchers
+/// pays one pointer test per node destruction.
+class ARBOR_API NodeWatcher {
+public:
+    /// `node` is being destroyed; forget it.
+    virtual void nodeDestroyed(Node* node) noexcept = 0;
+    /// The document ends: its destructor has released its children (each one reported through
+    /// `nodeDestroyed`) and the watcher is removed after this call. A watcher the document
+    /// should own deletes itself here. Does nothing by default.
+    virtual void documentDestroyed(Document* document) noexcept;
+
+protected:
+    NodeWatcher() = default;
+    NodeWatcher(const NodeWatcher&) = default;
+    NodeWatcher& operator=(const NodeWatcher&) = default;
+    ~NodeWatcher() = default;
+};
+
+/// Registers `watcher` on `document` (once; adding it again does nothing). Throws
+/// `std::bad_alloc` when memory runs out, with nothing registered.
+ARBOR_API void addNodeWatcher(Document* document, NodeWatcher* watcher);
+/// Unregisters `watcher`; does nothing if it is not registered. Frees the watcher list when the
+/// last watcher leaves.
+ARBOR_API void removeNodeWatcher(Document* document, NodeWatcher* watcher) noexcept;
+/// The first watcher registered on `document` that `is` accepts, or null.
+ARBOR_API NodeWatcher* findNodeWatcher(Document* document, bool (*is)(const NodeWatcher*));
+
+/// Called by the node destructor; reports `node` to the watchers of its document.
+void reportNodeDestroyed(Node* node) noexcept;
+/// Called by the document destructor after its children are released.
+void endNodeWatch(Document* document) noexcept;
+
+} // namespace Arbor
+
+#endif
