@@ -141,10 +141,11 @@ private:
     // The innermost open element; null outside the root element.
     Arbor::Element* current = nullptr;
     unsigned long depth = 0;
-    // Character data since the last markup, in UTF-8, and where it began.
-    std::string text;
-    Arbor::XmlSourcePosition textStart;
+    // Character data since the last markup, in UTF-16, and where it began.
     std::u16string wide;
+    Arbor::XmlSourcePosition textStart;
+    // The data of a comment or processing instruction in UTF-16.
+    std::u16string markupData;
     NameCache names;
     std::vector<std::pair<Arbor::Node*, Arbor::XmlSourcePosition>> positions;
     // The document type declaration while the parser is inside it: its internal subset is
@@ -347,17 +348,16 @@ void TreeBuilder::endElement()
 
 void TreeBuilder::addText(const XML_Char* data, int bytes)
 {
-    if (text.empty() && options.recordPositions) textStart = here();
-    text.append(data, std::size_t(bytes));
+    if (wide.empty() && options.recordPositions) textStart = here();
+    appendUtf16(wide, data, std::size_t(bytes));
 }
 
 void TreeBuilder::flushText()
 {
-    if (text.empty()) return;
+    if (wide.empty()) return;
+    Arbor::Text* node = document->createTextNode(wide.c_str());
     wide.clear();
-    appendUtf16(wide, text.data(), text.size());
-    text.clear();
-    link(document->createTextNode(wide.c_str()), textStart);
+    link(node, textStart);
 }
 
 void TreeBuilder::addComment(const XML_Char* data)
@@ -369,9 +369,9 @@ void TreeBuilder::addComment(const XML_Char* data)
     if (!options.keepComments) return;
     flushText();
     const Arbor::XmlSourcePosition where = here();
-    wide.clear();
-    appendUtf16(wide, data, std::strlen(data));
-    place(document->createComment(wide.c_str()), where);
+    markupData.clear();
+    appendUtf16(markupData, data, std::strlen(data));
+    place(document->createComment(markupData.c_str()), where);
 }
 
 void TreeBuilder::addInstruction(const XML_Char* target, const XML_Char* data)
@@ -385,9 +385,9 @@ void TreeBuilder::addInstruction(const XML_Char* target, const XML_Char* data)
     if (!options.keepProcessingInstructions) return;
     flushText();
     const Arbor::XmlSourcePosition where = here();
-    wide.clear();
-    appendUtf16(wide, data, std::strlen(data));
-    place(document->createProcessingInstruction(names.get(target), wide.c_str()), where);
+    markupData.clear();
+    appendUtf16(markupData, data, std::strlen(data));
+    place(document->createProcessingInstruction(names.get(target), markupData.c_str()), where);
 }
 
 void TreeBuilder::endDoctype()
