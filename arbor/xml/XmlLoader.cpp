@@ -88,6 +88,9 @@ void appendUtf16(std::u16string& out, const char* bytes, std::size_t length)
     const auto* p = reinterpret_cast<const unsigned char*>(bytes);
     const auto* end = p + length;
     const std::size_t base = out.size();
+    // The string is measured by the library's vector loads, which read on to a 64-byte boundary
+    // past the terminator: keep that much room in the buffer so no read leaves the allocation.
+    if (out.capacity() < base + length + 32) out.reserve(2 * (base + length) + 32);
     out.resize(base + length);
     char16_t* to = &out[base];
     while (p < end) {
