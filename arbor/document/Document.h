@@ -179,7 +179,6 @@ public:
 
 private:
     friend class DocumentPin;
-    friend class Node;
     friend struct NodeWatchList;
     /// Depth of running operations that keep the document alive.
     mutable unsigned long pinDepth = 0;

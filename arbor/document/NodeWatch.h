@@ -21,9 +21,13 @@ class Node;
 /// fields of `Node` (`document`, `parent`, `next`, `previous`), but must not call a virtual
 /// function of the node, change any tree, throw, or add or remove watchers.
 ///
-/// Several independent watchers may watch the same document; each hears every destruction. The
-/// document has no watcher list until the first watcher arrives, so a document without watchers
-/// pays one pointer test per node destruction.
+/// Several independent watchers may watch the same document; each hears every destruction. A node
+/// may outlive its document (a range may hold the last reference to it), so a dying node finds its
+/// document's watchers through a process-wide set of watched documents, by address, never by
+/// reading the document: while no document has watchers that costs an atomic load per node
+/// destruction; otherwise each thread keeps the answer for the last document it asked about until
+/// a document gains its first watcher or loses its last, so releasing many nodes of one document
+/// costs an atomic load and a comparison per node, and the set's lock is taken once per change.
 class ARBOR_API NodeWatcher {
 public:
     /// `node` is being destroyed; forget it.
@@ -49,6 +53,9 @@ ARBOR_API void removeNodeWatcher(Document* document, NodeWatcher* watcher) noexc
 /// The first watcher registered on `document` that `is` accepts, or null.
 ARBOR_API NodeWatcher* findNodeWatcher(Document* document, bool (*is)(const NodeWatcher*));
 
+/// Whether `document` (compared by address, never read) has watchers now. Called by the node
+/// destructor: a node may outlive its document.
+bool isWatchedDocument(const Document* document) noexcept;
 /// Called by the node destructor; reports `node` to the watchers of its document.
 void reportNodeDestroyed(Node* node) noexcept;
 /// Called by the document destructor after its children are released.

@@ -14,8 +14,9 @@ Arbor::Node::Node(Document* document)
 
 Arbor::Node::~Node()
 {
-    // The document node itself is past its watchers when its own node part goes.
-    if (document && document != this && document->nodeWatchers) reportNodeDestroyed(this);
+    // The document node itself is past its watchers when its own node part goes; a node that
+    // outlives its document finds it no longer watched.
+    if (document && document != this && isWatchedDocument(document)) reportNodeDestroyed(this);
     releaseFollowing();
 }
 

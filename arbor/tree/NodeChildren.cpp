@@ -51,6 +51,49 @@ Plinth::Ref<Node> cutFromChain(Node* node)
     return held;
 }
 
+// Whether `node` is `target` or one of its ancestors.
+bool isInclusiveAncestor(Node* node, Node* target)
+{
+    for (Node* walk = target; walk; walk = walk->parent) {
+        if (walk == node) return true;
+    }
+    return false;
+}
+
+// Whether inserting `head` (with the children after it, for an unpacked fragment) into `parent`
+// is bound to fail whatever the move does: a reference node that is no child, a node of another
+// document, a node that cannot be a child, or a cycle (the node would go into itself or into one
+// of its descendants; a fragment holding `parent` would hand over the ancestors of `parent`).
+bool moveIsRefused(Node* parent, Node* head, Arbor::DocumentFragment* fragment, Node* first)
+{
+    if (first && first->parent != parent) return true;
+    if (head->document != parent->document) return true;
+    if (fragment)
+        return !chainMayBeChildren(head)
+            || (fragment != parent && isInclusiveAncestor(fragment, parent->parent));
+    return !mayBeChild(head) || isInclusiveAncestor(head, parent);
+}
+
+// Throws what a refused move would throw, without moving anything: the removal from the old
+// parent checks first, then the insertion's checks in their usual order. The hooks see the node
+// still in its old place.
+[[noreturn]] void refuseUnmoved(
+    Node* parent, Node* oldParent, Node* head, Node* first, unsigned long count)
+{
+    using Arbor::DomException;
+    if (oldParent) {
+        if (oldParent->readOnly()) throw DomException(DomException::NO_MODIFICATION_ALLOWED_ERR);
+        if (!oldParent->mayReplaceChildren(head, 1, nullptr))
+            throw DomException(DomException::HIERARCHY_REQUEST_ERR);
+    }
+    if (first && first->parent != parent) throw DomException(DomException::NOT_FOUND_ERR);
+    if (head->document != parent->document) throw DomException(DomException::WRONG_DOCUMENT_ERR);
+    if (parent->readOnly()) throw DomException(DomException::NO_MODIFICATION_ALLOWED_ERR);
+    if (!parent->mayReplaceChildren(first, count, head))
+        throw DomException(DomException::HIERARCHY_REQUEST_ERR);
+    throw DomException(DomException::HIERARCHY_REQUEST_ERR); // the shape's refusal
+}
+
 } // namespace
 
 bool Arbor::Node::closesCycle(Node* chain)
@@ -115,15 +158,18 @@ Arbor::Node* Arbor::Node::removeChild(Node* oldChild)
 Arbor::Node* Arbor::Node::insertPrepared(Node* newChild, Node* first, unsigned long count)
 {
     if (!newChild) throw DomException(DomException::HIERARCHY_REQUEST_ERR);
-    // A document or a range is refused by every insertion; refuse it before it leaves its old
-    // place (a range taken out of its range list would stop following the document), with the
-    // error the checks give in their usual order.
-    if (!mayBeChild(newChild)) {
-        replaceChildren(first, count, newChild);
+    // A move that is bound to fail is refused before the node leaves its old place or a
+    // fragment is emptied: the node may be held by nothing but its old parent (even the document
+    // element is), and a range taken out of its range list would stop following the document.
+    DocumentFragment* fragment = newChild->asFragment();
+    if (Node* head = fragment ? fragment->firstChild() : newChild;
+        head && moveIsRefused(this, head, fragment, first)) {
+        if (fragment || newChild->parent || newChild->previous || newChild->next)
+            refuseUnmoved(this, fragment ? nullptr : newChild->parent, head, first, count);
+        replaceChildren(first, count, newChild); // nothing to move: the checks refuse it
         throw DomException(DomException::HIERARCHY_REQUEST_ERR);
     }
-    if (DocumentFragment* fragment = newChild->asFragment())
-        return insertFragment(fragment, first, count);
+    if (fragment) return insertFragment(fragment, first, count);
 
     // The old parent, or the predecessor in a parentless chain, may be the node's only holder:
     // keep it alive across the move.

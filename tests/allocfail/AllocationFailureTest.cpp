@@ -324,4 +324,5 @@ TEST(AllocationFailureTest, EveryAllocationFailedInTurn)
     std::cout << "allocation failures injected: " << injected
               << (AllocFail::countsMalloc() ? " (operator new and malloc)" : " (operator new only)")
               << "\n";
+    if (*AllocFail::skipped()) std::cout << "not replaced: " << AllocFail::skipped() << "\n";
 }

@@ -38,9 +38,29 @@ bool AllocFail::disarm()
 
 unsigned long AllocFail::counted() { return count; }
 
-#if ARBOR_ALLOCFAIL_NEW_ONLY
+// A sanitizer, however it came into the build (the project's option or the compiler flags),
+// owns malloc and its relatives: only operator new is replaced then.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define ARBOR_ALLOCFAIL_SANITIZER 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer)                            \
+    || __has_feature(memory_sanitizer)
+#define ARBOR_ALLOCFAIL_SANITIZER 1
+#endif
+#endif
+#ifndef ARBOR_ALLOCFAIL_SANITIZER
+#define ARBOR_ALLOCFAIL_SANITIZER 0
+#endif
+
+#if ARBOR_ALLOCFAIL_NEW_ONLY || ARBOR_ALLOCFAIL_SANITIZER
 
 bool AllocFail::countsMalloc() { return false; }
+
+const char* AllocFail::skipped()
+{
+    return ARBOR_ALLOCFAIL_SANITIZER ? "malloc, calloc, realloc and free: the sanitizer owns them"
+                                     : "malloc, calloc, realloc and free: a sanitizer build";
+}
 
 namespace {
 
@@ -78,6 +98,8 @@ void free(void* memory) { __libc_free(memory); }
 }
 
 bool AllocFail::countsMalloc() { return true; }
+
+const char* AllocFail::skipped() { return ""; }
 
 namespace {
 

@@ -12,9 +12,11 @@ void arm(unsigned long k);
 bool disarm();
 /// Number of allocations counted since the last `arm`.
 unsigned long counted();
-/// Whether malloc-family allocations are counted too (not under the address sanitizer, which
-/// owns malloc).
+/// Whether malloc-family allocations are counted too (not under a sanitizer, which owns malloc,
+/// whether it came from the project's option or from the compiler flags).
 bool countsMalloc();
+/// What is not replaced, and why ("" when everything is).
+const char* skipped();
 
 } // namespace AllocFail
 

@@ -8,6 +8,8 @@
 #   LIBDIR            CMAKE_INSTALL_LIBDIR of the build tree (relative)
 #   CXX               C++ compiler for the consumer
 #   GENERATOR         CMake generator for the consumer
+#   CXX_FLAGS         compiler flags of the build tree, handed on to the consumer (optional)
+#   LINKER_FLAGS      linker flags of the build tree, handed on to the consumer (optional)
 #   PKG_CONFIG        pkg-config executable (empty: that half is skipped and the script says
 #                     "pkg-config consumer skipped", which ctest reports as a skipped test)
 
@@ -53,7 +55,8 @@ run(${CMAKE_CTEST_COMMAND} --build-and-test ${consumer_src} ${WORK_DIR}/cmake-co
   --build-generator ${GENERATOR}
   --build-config ${CONFIG}
   --build-options -DCMAKE_PREFIX_PATH=${prefix} -DCMAKE_CXX_COMPILER=${CXX}
-    -DCMAKE_BUILD_TYPE=${CONFIG}
+    -DCMAKE_BUILD_TYPE=${CONFIG} "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
+    "-DCMAKE_EXE_LINKER_FLAGS=${LINKER_FLAGS}"
   --test-command ${WORK_DIR}/cmake-consumer/arbor_consumer)
 set(with_xml FALSE)
 if(EXISTS ${prefix}/include/arbor/xml/XmlLoader.h)
@@ -76,8 +79,10 @@ if(NOT result EQUAL 0)
 endif()
 message(STATUS "pkg-config --cflags --libs arbor: ${flags}")
 separate_arguments(flags UNIX_COMMAND "${flags}")
+separate_arguments(build_flags UNIX_COMMAND "${CXX_FLAGS} ${LINKER_FLAGS}")
 set(exe ${WORK_DIR}/pc-consumer)
-run(${CXX} -std=c++17 -Wall -Wextra -Wpedantic -Werror ${consumer_src}/main.cpp ${flags} -o ${exe})
+run(${CXX} -std=c++17 -Wall -Wextra -Wpedantic -Werror ${build_flags}
+  ${consumer_src}/main.cpp ${flags} -o ${exe})
 set(ENV{LD_LIBRARY_PATH} ${prefix}/${LIBDIR})
 run(${exe})
 
@@ -89,7 +94,7 @@ if(with_xml)
     message(FATAL_ERROR "pkg-config --cflags --libs arbor-xml failed (${result})")
   endif()
   separate_arguments(flags UNIX_COMMAND "${flags}")
-  run(${CXX} -std=c++17 -Wall -Wextra -Wpedantic -Werror ${consumer_src}/xml_main.cpp ${flags}
-    -o ${exe}-xml)
+  run(${CXX} -std=c++17 -Wall -Wextra -Wpedantic -Werror ${build_flags}
+    ${consumer_src}/xml_main.cpp ${flags} -o ${exe}-xml)
   run(${exe}-xml)
 endif()

@@ -158,9 +158,40 @@ long Model::replaceChildren(int parent, int first, unsigned long count, int newC
 long Model::insert(int parent, int newChild, int first, unsigned long count)
 {
     if (newChild == none) return HierarchyRequest;
+    // A move bound to fail is refused before the node leaves its place or the fragment is
+    // emptied, with the error of the removal's checks and then the insertion's, in order.
+    const bool fragment = at(newChild).kind == Kind::Fragment;
+    const int head = !fragment          ? newChild
+        : at(newChild).children.empty() ? none
+                                        : at(newChild).children.front();
+    const auto holds = [&](int node, int below) {
+        for (; below != none; below = at(below).parent) {
+            if (below == node) return true;
+        }
+        return false;
+    };
+    const auto cannotBeChild = [&](int node) { return at(node).kind == Kind::Document; };
+    const bool moves = fragment || at(newChild).parent != none || at(newChild).chainPrevious != none
+        || at(newChild).chainNext != none;
+    if (head != none && moves
+        && ((first != none && at(first).parent != parent)
+            || at(head).document != at(parent).document
+            || (fragment ? std::any_of(at(newChild).children.begin(), at(newChild).children.end(),
+                               cannotBeChild)
+                        || (newChild != parent && holds(newChild, at(parent).parent))
+                         : cannotBeChild(newChild) || holds(newChild, parent)))) {
+        if (const int oldParent = fragment ? none : at(newChild).parent; oldParent != none) {
+            if (at(oldParent).readOnly) return NoModificationAllowed;
+            if (!mayReplaceChildren(oldParent)) return HierarchyRequest;
+        }
+        if (first != none && at(first).parent != parent) return NotFound;
+        if (at(head).document != at(parent).document) return WrongDocument;
+        if (at(parent).readOnly) return NoModificationAllowed;
+        return HierarchyRequest;
+    }
     if (at(newChild).kind == Kind::Fragment) {
-        if (at(newChild).children.empty()) return replaceChildren(parent, first, count, none);
-        const int head = takeChildren(newChild);
+        if (head == none) return replaceChildren(parent, first, count, none);
+        takeChildren(newChild);
         const long error = replaceChildren(parent, first, count, head);
         if (error && at(head).parent == none && at(head).chainPrevious == none)
             replaceRaw(newChild, none, 0, head);
