@@ -43,6 +43,35 @@ public:
     {
     }
 
+    // A node written on its own takes the white-space rules in force where it stands: no
+    // indentation below mixed content, and the nearest xml:space above it.
+    void start(Node* node)
+    {
+        bool indenting = true;
+        bool spaceKnown = false;
+        for (Node* above = node->parentNode(); above; above = above->parentNode()) {
+            if (!onlyMarkup(above)) indenting = false;
+            Arbor::Element* element = above->asElement();
+            if (!spaceKnown && element && element->hasAttribute(spaceName())) {
+                const std::string value = Arbor::getAttributeUtf8(element, spaceName());
+                spaceKnown = value == "preserve" || value == "default";
+                preserve = value == "preserve";
+            }
+        }
+        this->node(node, 0, indenting);
+    }
+
+private:
+    const Arbor::XmlWriteOptions& options;
+    std::ostream& os;
+    bool preserve = false;
+
+    static Arbor::Token spaceName()
+    {
+        static const Arbor::Token space("xml:space", false);
+        return space;
+    }
+
     // `indenting`: white space may be added between the children (no mixed content above, no
     // xml:space="preserve" in force).
     void node(Node* node, unsigned long depth, bool indenting)
@@ -57,11 +86,6 @@ public:
         else
             node->putXml(os);
     }
-
-private:
-    const Arbor::XmlWriteOptions& options;
-    std::ostream& os;
-    bool preserve = false;
 
     void newLine(unsigned long depth)
     {
@@ -90,7 +114,7 @@ private:
 
     void element(Arbor::Element* element, unsigned long depth, bool indenting)
     {
-        static const Arbor::Token space("xml:space", false);
+        const Arbor::Token space = spaceName();
         const char* name = element->nodeName();
         os << '<' << name;
         element->putAttributesXml(os);
@@ -183,7 +207,7 @@ Arbor::XmlWriter::XmlWriter(XmlWriteOptions options)
 
 std::ostream& Arbor::XmlWriter::write(std::ostream& os, Node* node) const
 {
-    Walk(settings, os).node(node, 0, true);
+    Walk(settings, os).start(node);
     return os;
 }
 
@@ -202,8 +226,9 @@ void Arbor::XmlWriter::save(Node* node, const std::string& path) const
         temporary = (slash == std::string::npos ? std::string() : directory) + "." + base + "."
             + std::to_string(::getpid()) + "." + std::to_string(serial++) + ".tmp";
         fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (fd < 0 && (errno != EEXIST || attempt == 100))
-            fail(errno, "cannot create a temporary file beside " + path);
+        const int error = fd < 0 ? errno : 0;
+        if (fd < 0 && (error != EEXIST || attempt == 100))
+            fail(error, "cannot create a temporary file beside " + path);
     }
 
     int error = 0;

@@ -17,7 +17,9 @@ namespace Arbor {
 /// Written as `<!DOCTYPE name`, then ` PUBLIC "public" "system"` or ` SYSTEM "system"`, then
 /// ` [subset]` when there is an internal subset, then `>`. The system identifier is quoted with
 /// `'` when it holds `"`. The internal subset is written exactly as given; nothing checks its
-/// declarations.
+/// declarations. Only the prolog of a `BasicDocument` refuses a second document type; element
+/// classes take whatever their `mayReplaceChildren` lets in, and a declaration linked into
+/// content is written where it stands.
 class ARBOR_API DocumentType : public AtomicNode {
 public:
     /// The name.
