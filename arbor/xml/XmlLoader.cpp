@@ -147,6 +147,7 @@ private:
     // Character data since the last markup, in UTF-16, and where it began.
     std::u16string wide;
     Arbor::XmlSourcePosition textStart;
+    bool textStarted = false;
     // The data of a comment or processing instruction in UTF-16.
     std::u16string markupData;
     NameCache names;
@@ -170,6 +171,7 @@ private:
         const XML_Char* publicId, int hasInternalSubset);
     static void XMLCALL onDoctypeEnd(void* self);
     static void XMLCALL onSubset(void* self, const XML_Char* data, int bytes);
+    static void XMLCALL onCdataStart(void* self);
 
     template <class Step> void guarded(Step step);
     Arbor::XmlSourcePosition here() const;
@@ -177,6 +179,7 @@ private:
     void endElement();
     void addText(const XML_Char* data, int bytes);
     void flushText();
+    void markTextStart();
     void addComment(const XML_Char* data);
     void addInstruction(const XML_Char* target, const XML_Char* data);
     void endDoctype();
@@ -206,6 +209,7 @@ bool TreeBuilder::parse(const char* data, std::size_t bytes, const char* protoco
     XML_SetCommentHandler(p, onComment);
     XML_SetProcessingInstructionHandler(p, onInstruction);
     XML_SetDoctypeDeclHandler(p, onDoctypeStart, onDoctypeEnd);
+    if (options.recordPositions) XML_SetCdataSectionHandler(p, onCdataStart, nullptr);
     XML_SetUnknownEncodingHandler(p, Arbor::XmlEncoding::unknownEncodingHandler, &encoding);
     // No external entity or subset is ever read (there is no handler that could), and entity
     // expansion beyond a hundredfold of the input, once past 8 MiB, is refused.
@@ -299,6 +303,13 @@ void XMLCALL TreeBuilder::onSubset(void* self, const XML_Char* data, int bytes)
     });
 }
 
+void XMLCALL TreeBuilder::onCdataStart(void* self)
+{
+    // Text that begins with a CDATA section starts at its markup, not at its first character.
+    auto* builder = static_cast<TreeBuilder*>(self);
+    if (!builder->textStarted) builder->markTextStart();
+}
+
 template <class Step> void TreeBuilder::guarded(Step step)
 {
     if (failure) return;
@@ -351,12 +362,19 @@ void TreeBuilder::endElement()
 
 void TreeBuilder::addText(const XML_Char* data, int bytes)
 {
-    if (wide.empty() && options.recordPositions) textStart = here();
+    if (options.recordPositions && !textStarted) markTextStart();
     appendUtf16(wide, data, std::size_t(bytes));
+}
+
+void TreeBuilder::markTextStart()
+{
+    textStart = here();
+    textStarted = true;
 }
 
 void TreeBuilder::flushText()
 {
+    textStarted = false;
     if (wide.empty()) return;
     Arbor::Text* node = document->createTextNode(wide.c_str());
     wide.clear();

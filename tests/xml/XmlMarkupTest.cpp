@@ -95,7 +95,7 @@ TEST(XmlMarkupTest, OptionsSkipCommentsAndInstructions)
 TEST(XmlMarkupTest, SourcePositionsOfLoadedNodes)
 {
     const std::string input = "<?xml version=\"1.0\"?>\n<!--top-->\n<r>\n  <a x='1'>t&amp;u</a>"
-                              "<?pi d?><!--c-->\n  <b/>tail</r>";
+                              "<?pi d?><!--c-->\n  <b/><![CDATA[ta]]>il</r>";
     Arbor::XmlLoadOptions options;
     options.recordPositions = true;
     Plinth::Ref<Arbor::BasicDocument> document = load(input, options);
@@ -112,7 +112,8 @@ TEST(XmlMarkupTest, SourcePositionsOfLoadedNodes)
         { a, 4, 3 }, { a->firstChild(), 4, 12 },
         { a->nextSibling(), 4, 23 }, // the processing instruction
         { a->nextSibling()->nextSibling(), 4, 31 }, // the comment
-        { r->findChild(Arbor::Token("b")), 5, 3 }, { r->lastChild(), 5, 7 }, // "tail"
+        { r->findChild(Arbor::Token("b")), 5, 3 },
+        { r->lastChild(), 5, 7 }, // "tail", from its CDATA section on
     };
     for (const Case& c : cases) {
         const Arbor::XmlSourcePosition at = Arbor::sourcePosition(c.node);
