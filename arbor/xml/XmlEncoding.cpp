@@ -252,7 +252,8 @@ int XMLCALL Arbor::XmlEncoding::unknownEncodingHandler(
         }
         return XML_STATUS_OK;
     } catch (...) {
-        // Out of memory: the parser reports the encoding as unknown.
+        // Only an allocation can fail here; the loader turns this back into std::bad_alloc.
+        request->outOfMemory = true;
         return XML_STATUS_ERROR;
     }
 }

@@ -33,6 +33,8 @@ namespace XmlEncoding {
     struct Request {
         std::string name;
         bool convertWhole = false;
+        /// The handler ran out of memory (the parser then reports the encoding as unknown).
+        bool outOfMemory = false;
     };
 
     /// The parser's handler for encodings it does not know; `data` points at a `Request`.

@@ -440,7 +440,8 @@ void TreeBuilder::link(Arbor::Node* node, const Arbor::XmlSourcePosition& where)
 void TreeBuilder::throwParseError() const
 {
     const XML_Error code = XML_GetErrorCode(parser.get());
-    if (code == XML_ERROR_NO_MEMORY) throw std::bad_alloc();
+    if (code == XML_ERROR_NO_MEMORY || (code == XML_ERROR_UNKNOWN_ENCODING && encoding.outOfMemory))
+        throw std::bad_alloc();
     const Arbor::XmlSourcePosition where = here();
     std::string message = XML_ErrorString(code);
     if (code == XML_ERROR_UNKNOWN_ENCODING && !encoding.name.empty())
