@@ -38,9 +38,13 @@ public:
     virtual void documentDestroyed(Document* document) noexcept;
 
 protected:
+    /// Watchers are made and destroyed as their own classes, never through this base.
     NodeWatcher() = default;
+    /// Copies nothing of a registration.
     NodeWatcher(const NodeWatcher&) = default;
+    /// Copies nothing of a registration.
     NodeWatcher& operator=(const NodeWatcher&) = default;
+    /// Not virtual: a watcher is never deleted through this base.
     ~NodeWatcher() = default;
 };
 
