@@ -31,7 +31,9 @@ namespace XmlEncoding {
     /// converts the input and parses again). A refused name without `convertWhole` is one nobody
     /// converts.
     struct Request {
+        /// The encoding's name as the declaration gives it.
         std::string name;
+        /// Whether iconv converts it only as a whole input.
         bool convertWhole = false;
         /// The handler ran out of memory (the parser then reports the encoding as unknown).
         bool outOfMemory = false;
@@ -48,7 +50,9 @@ namespace XmlEncoding {
     /// A conversion of the whole input to UTF-8. On an invalid or cut-off sequence, `failed` is set
     /// and `text` holds the converted part before it.
     struct Converted {
+        /// The UTF-8 text converted so far.
         std::string text;
+        /// Whether the conversion stopped at an invalid or cut-off sequence.
         bool failed = false;
     };
 
