@@ -1,6 +1,7 @@
 #include "arbor/foundation/CData.h"
 
 #include "arbor/foundation/XmlOutput.h"
+#include "arbor/foundation/internal/Unicode.h"
 
 #include <cstring>
 
@@ -64,21 +65,8 @@ public:
 
     void putByte(unsigned value) { buffer[used++] = static_cast<char>(value); }
 
-    // Writes one scalar value at or above U+0080 as UTF-8.
-    void putScalar(char32_t c)
-    {
-        if (c < 0x800) {
-            putByte(0xC0 | (c >> 6));
-        } else if (c < 0x10000) {
-            putByte(0xE0 | (c >> 12));
-            putByte(0x80 | ((c >> 6) & 0x3F));
-        } else {
-            putByte(0xF0 | (c >> 18));
-            putByte(0x80 | ((c >> 12) & 0x3F));
-            putByte(0x80 | ((c >> 6) & 0x3F));
-        }
-        putByte(0x80 | (c & 0x3F));
-    }
+    // Writes one character as UTF-8.
+    void putScalar(char32_t c) { used += Plinth::writeUtf8(c, buffer + used); }
 
     // Copies the units of `text` from `i` on that are ASCII and need no escape, as far as the
     // buffer allows; returns the index of the first unit not copied.
@@ -94,23 +82,14 @@ public:
     }
 };
 
-bool isLeadSurrogate(char16_t c) { return c >= 0xD800 && c <= 0xDBFF; }
-bool isTrailSurrogate(char16_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
-
-// Writes the unit at `i` (above U+007F), with its trail if it leads a pair; returns the index of
-// the next unit.
+// Writes the character at `i` (above U+007F), both units of a surrogate pair; returns the index
+// of the next unit. The terminator never ends a pair, so the read needs no length.
 std::size_t putNonAscii(Writer& out, const char16_t* text, std::size_t i)
 {
-    const char16_t c = text[i];
-    if (isLeadSurrogate(c) && isTrailSurrogate(text[i + 1])) {
-        out.putScalar(0x10000 + ((char32_t(c) - 0xD800) << 10) + (char32_t(text[i + 1]) - 0xDC00));
-        return i + 2;
-    }
-    if (isLeadSurrogate(c) || isTrailSurrogate(c) || c == 0xFFFE || c == 0xFFFF)
-        out.putEscape(replacement, sizeof replacement - 1);
-    else
-        out.putScalar(c);
-    return i + 1;
+    char32_t c = Plinth::readUtf16(text, i, std::size_t(-1));
+    if (c == 0xFFFE || c == 0xFFFF) c = Plinth::replacementCharacter;
+    out.putScalar(c);
+    return i;
 }
 
 std::ostream& putUtf16(std::ostream& os, const char16_t* text, const EscapeTable& table)
