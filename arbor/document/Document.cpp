@@ -33,15 +33,12 @@ Arbor::Document::Document()
     : InnerNode(nullptr)
 {
     document = this;
-    Plinth::assignCounted(rangeList, new RangeList(this));
-    try {
-        addObserver(rangeList, tok_BeforeReplaceText);
-        addObserver(rangeList, tok_BeforeReplaceChildren);
-    } catch (...) {
-        observers.clear();
-        Plinth::releaseCounted(rangeList);
-        throw;
-    }
+    // Held here until both registrations are made: if one fails, the list goes with the holder
+    // (and the entries with the document's members).
+    Plinth::Ref<RangeList> list(new RangeList(this));
+    addObserver(list.get(), tok_BeforeReplaceText);
+    addObserver(list.get(), tok_BeforeReplaceChildren);
+    rangeList = list.release();
 }
 
 Arbor::Document::~Document()
