@@ -1,14 +1,14 @@
 #include "arbor/document/Document.h"
 
-#include "arbor/document/DocumentPin.h"
 #include "arbor/document/Events.h"
 #include "arbor/document/Functor.h"
 #include "arbor/document/IDocObserver.h"
+#include "arbor/document/internal/DocumentPin.h"
 #include "arbor/foundation/Ref.h"
-#include "arbor/range/RangeList.h"
+#include "arbor/range/internal/RangeList.h"
 #include "arbor/tree/DocumentFragment.h"
 #include "arbor/tree/Text.h"
-#include "arbor/values/NodeNames.h"
+#include "arbor/values/internal/NodeNames.h"
 
 #include <ostream>
 

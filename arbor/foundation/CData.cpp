@@ -1,7 +1,7 @@
 #include "arbor/foundation/CData.h"
 
-#include "arbor/foundation/XmlOutput.h"
 #include "arbor/foundation/internal/Unicode.h"
+#include "arbor/foundation/internal/XmlOutput.h"
 
 #include <cstring>
 

@@ -1,10 +1,10 @@
-#include "arbor/range/RangeList.h"
+#include "arbor/range/internal/RangeList.h"
 
 #include "arbor/document/Events.h"
 #include "arbor/foundation/Ref.h"
 #include "arbor/range/Range.h"
 #include "arbor/tree/Text.h"
-#include "arbor/values/NodeNames.h"
+#include "arbor/values/internal/NodeNames.h"
 
 #include <ostream>
 

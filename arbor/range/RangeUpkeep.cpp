@@ -3,7 +3,7 @@
 #include "arbor/foundation/Ref.h"
 #include "arbor/foundation/UString.h"
 #include "arbor/range/Range.h"
-#include "arbor/range/RangeList.h"
+#include "arbor/range/internal/RangeList.h"
 #include "arbor/tree/DomException.h"
 #include "arbor/tree/Text.h"
 

@@ -1,6 +1,6 @@
 #include "arbor/tree/DocumentFragment.h"
 
-#include "arbor/values/NodeNames.h"
+#include "arbor/values/internal/NodeNames.h"
 
 #include <memory>
 #include <ostream>

@@ -2,7 +2,7 @@
 
 #include "arbor/document/Document.h"
 #include "arbor/foundation/Ref.h"
-#include "arbor/tree/ChainRelease.h"
+#include "arbor/tree/internal/ChainRelease.h"
 
 Arbor::Node::Node(Document* document)
     : document(document)

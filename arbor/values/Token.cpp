@@ -1,6 +1,6 @@
 #include "arbor/values/Token.h"
 
-#include "arbor/values/NodeNames.h"
+#include "arbor/values/internal/NodeNames.h"
 
 #include <cstdlib>
 #include <cstring>

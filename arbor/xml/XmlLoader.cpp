@@ -1,8 +1,8 @@
 #include "arbor/xml/XmlLoader.h"
 
+#include "arbor/foundation/Utf8.h"
 #include "arbor/tree/Element.h"
 #include "arbor/tree/Text.h"
-#include "arbor/tree/Utf8.h"
 #include "arbor/values/Variant.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "arbor/tree/Utf8.h"
+#include "arbor/foundation/Utf8.h"
 
 #include "arbor/document/Document.h"
 #include "arbor/foundation/internal/Unicode.h"
