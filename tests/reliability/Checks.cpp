@@ -1,4 +1,4 @@
-#include "arbor/range/RangeList.h"
+#include "arbor/range/internal/RangeList.h"
 #include "arbor/undo/AttributeOperation.h"
 #include "arbor/undo/ReplaceChildrenOperation.h"
 #include "arbor/undo/ReplaceTextOperation.h"

@@ -2,7 +2,7 @@
 // that hands out the most recently freed slot first, so a new element takes the address of one
 // just destroyed, as any allocator may do.
 
-#include "arbor/document/NodeWatch.h"
+#include "arbor/document/internal/NodeWatch.h"
 #include "tests/support/Host.h"
 
 #include <gtest/gtest.h>
