@@ -3,7 +3,7 @@
 // them, child runs and the point/run comparison.
 
 #include "tests/support/Host.h"
-#include "tests/traps/LinkCheck.h"
+#include "tests/support/Links.h"
 
 #include <gtest/gtest.h>
 
@@ -158,7 +158,7 @@ TEST_F(EdgeArithmeticTest, SplitTextAtEveryEdge)
             document().clearUndoStack();
             document().newUndoTask();
             const std::string before = xml(&document());
-            traps::Held held { { text.get(), 1 }, { holder.get(), 1 } };
+            Held held { { text.get(), 1 }, { holder.get(), 1 } };
 
             if (offset > 6) {
                 expectDomError(
@@ -185,17 +185,17 @@ TEST_F(EdgeArithmeticTest, SplitTextAtEveryEdge)
                 }
             }
             if (place == Place::Content) {
-                traps::expectConsistent({ text.get() });
+                EXPECT_LINKS_SOUND({ text.get() });
                 const std::string after = xml(&document());
                 if (document().canUndo()) {
                     document().undo();
                     EXPECT_EQ(xml(&document()), before);
                     document().redo();
                     EXPECT_EQ(xml(&document()), after);
-                    traps::expectConsistent({ text.get() });
+                    EXPECT_LINKS_SOUND({ text.get() });
                 }
             } else {
-                traps::expectConsistent({ text.get(), holder.get() }, &held);
+                EXPECT_LINKS_SOUND({ text.get(), holder.get() }, &held);
             }
             ranges.clear();
             if (place == Place::Content) root()->removeChild(holder.get());
@@ -235,7 +235,7 @@ TEST_F(EdgeArithmeticTest, ChildRunsWithHugeCounts)
                     expected += "<c" + std::to_string(k) + "></c" + std::to_string(k) + ">";
                 expected += withNew ? "<n></n></p>" : "</p>";
                 EXPECT_EQ(xml(p.get()), expected);
-                traps::expectConsistent({ p.get() });
+                EXPECT_LINKS_SOUND({ p.get() });
 
                 if (inDocument) {
                     for (unsigned long k = 0; k <= 5; ++k)
@@ -250,7 +250,7 @@ TEST_F(EdgeArithmeticTest, ChildRunsWithHugeCounts)
                     const std::string after = xml(&document());
                     document().undo();
                     EXPECT_EQ(xml(&document()), before);
-                    traps::expectConsistent({ p.get() });
+                    EXPECT_LINKS_SOUND({ p.get() });
                     document().redo();
                     EXPECT_EQ(xml(&document()), after);
                     ranges.clear();

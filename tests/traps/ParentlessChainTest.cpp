@@ -3,7 +3,7 @@
 // a node whose predecessor died comes out as a clean chain head.
 
 #include "tests/support/Host.h"
-#include "tests/traps/LinkCheck.h"
+#include "tests/support/Links.h"
 
 #include <gtest/gtest.h>
 
@@ -61,9 +61,9 @@ TEST_F(ParentlessChainTest, InsertingAChainNodeCutsItOutOfTheChain)
                 ASSERT_EQ(siblings(head.get()), "'a' 'b' 'c' 'd'");
                 Node* node = nodes[position.index];
                 Plinth::Ref<Node> chosen(node);
-                traps::Held chain { { head.get(), 1 } };
+                Held chain { { head.get(), 1 } };
                 ++chain[node];
-                traps::expectConsistent({ head.get() }, &chain);
+                EXPECT_LINKS_SOUND({ head.get() }, &chain);
                 document().clearUndoStack();
                 const std::string before = xml(&document());
                 document().newUndoTask();
@@ -92,21 +92,21 @@ TEST_F(ParentlessChainTest, InsertingAChainNodeCutsItOutOfTheChain)
                 else
                     EXPECT_EQ(siblings(head.get()), position.chainAfter);
                 if (inDocument) {
-                    traps::expectConsistent({ p.get(), head.get(), node });
+                    EXPECT_LINKS_SOUND({ p.get(), head.get(), node });
                     const std::string after = xml(&document());
                     ASSERT_TRUE(document().canUndo());
                     document().undo();
                     EXPECT_EQ(xml(&document()), before);
                     EXPECT_EQ(node->parentNode(), nullptr);
-                    traps::expectConsistent({ p.get(), head.get(), node });
+                    EXPECT_LINKS_SOUND({ p.get(), head.get(), node });
                     document().redo();
                     EXPECT_EQ(xml(&document()), after);
-                    traps::expectConsistent({ p.get(), head.get(), node });
+                    EXPECT_LINKS_SOUND({ p.get(), head.get(), node });
                 } else {
                     // Counted links plus the test's references: nothing held twice or lost.
-                    traps::Held held { { p.get(), 1 }, { head.get(), 1 } };
+                    Held held { { p.get(), 1 }, { head.get(), 1 } };
                     ++held[node];
-                    traps::expectConsistent({ p.get(), head.get(), node }, &held);
+                    EXPECT_LINKS_SOUND({ p.get(), head.get(), node }, &held);
                 }
                 if (inDocument) root()->removeChild(p.get());
                 if (HasFailure()) return;
@@ -148,9 +148,9 @@ TEST_F(ParentlessChainTest, DirectReplaceChildrenRefusesAllButAChainHead)
                 EXPECT_EQ(xml(p.get()), pXml);
                 EXPECT_EQ(xml(q.get()), "<q><owned></owned></q>");
                 EXPECT_EQ(siblings(head.get()), "'a' 'b' 'c' 'd'");
-                traps::Held held { { head.get(), 1 }, { q.get(), 1 } };
-                traps::expectConsistent({ head.get(), q.get() }, &held);
-                traps::expectConsistent({ p.get() });
+                Held held { { head.get(), 1 }, { q.get(), 1 } };
+                EXPECT_LINKS_SOUND({ head.get(), q.get() }, &held);
+                EXPECT_LINKS_SOUND({ p.get() });
             }
         }
         if (inDocument) root()->removeChild(p.get());
@@ -192,8 +192,8 @@ TEST_F(ParentlessChainTest, SurvivorOfADestroyedPredecessor)
         EXPECT_EQ(survivor->previousSibling(), nullptr);
         EXPECT_EQ(survivor->parentNode(), nullptr);
         EXPECT_EQ(siblings(survivor.get()), c.survivorChain);
-        traps::Held held { { survivor.get(), 1 } };
-        traps::expectConsistent({ survivor.get() }, &held);
+        Held held { { survivor.get(), 1 } };
+        EXPECT_LINKS_SOUND({ survivor.get() }, &held);
 
         Plinth::Ref<Node> target(
             c.intoDocument ? static_cast<Node*>(root()) : document().makeElement("target"));
@@ -202,7 +202,7 @@ TEST_F(ParentlessChainTest, SurvivorOfADestroyedPredecessor)
         EXPECT_EQ(target->lastChild(), survivor.get());
         EXPECT_EQ(survivor->nextSibling(), nullptr) << "only the one node moves";
         EXPECT_EQ(label(survivor.get()), label(nodes[c.survivorIndex]));
-        traps::expectConsistent({ target.get(), survivor.get() });
+        EXPECT_LINKS_SOUND({ target.get(), survivor.get() });
         if (c.intoDocument) root()->removeChild(survivor.get());
     }
 }
