@@ -1,5 +1,8 @@
 #include "tests/reliability/Interpreter.h"
 
+#include "arbor/undo/AttributeOperation.h"
+#include "arbor/undo/ReplaceChildrenOperation.h"
+#include "arbor/undo/ReplaceTextOperation.h"
 #include "tests/support/Links.h"
 
 #include <algorithm>
@@ -133,7 +136,6 @@ void Interpreter::startEpisode()
     document()->addObserver(&log);
     appendElement(document(), "root");
     tasks.clear();
-    everInContent.clear();
     staleRanges.clear();
     historyPure = true;
     batchDepth = 0;
@@ -184,38 +186,35 @@ template <class Action> bool Interpreter::attempt(Action&& action)
 
 void Interpreter::touch(Node* node)
 {
-    if (node) touched.emplace_back(Plinth::Ref<Node>(node), node->isDocumentChild());
-}
-
-void Interpreter::noteContent()
-{
-    std::vector<Node*> stack { document()->firstChild() };
-    while (!stack.empty() && everInContent.size() < walkLimit) {
-        Node* node = stack.back();
-        stack.pop_back();
-        for (; node; node = node->next) {
-            everInContent.insert(node);
-            stack.push_back(node->firstChild());
-        }
-    }
+    if (node)
+        touched.push_back(
+            { Plinth::Ref<Node>(node), node->isDocumentChild(), touchesHistory(node) });
 }
 
 // Whether an unrecorded change of `node` can show in the document after undoing: it is the
-// document itself, or its tree (with the parentless chain of its top) holds a node that was in
-// the content, which an undo record may link back in.
+// document, its content, or in a tree (or parentless chain) that an undo record holds a node of.
+// A node the history keeps may have moved into another tree since; a change there still shows
+// once undo links it back in.
 bool Interpreter::touchesHistory(Node* node)
 {
-    if (node == document()) return true;
+    if (node == document() || node->isDocumentChild()) return true;
     if (node->document != document()) return false;
-    while (node->parent || node->previous)
-        node = node->parent ? node->parent : node->previous;
-    std::vector<Node*> stack { node };
-    for (unsigned long seen = 0; !stack.empty() && seen < walkLimit;) {
-        Node* at = stack.back();
-        stack.pop_back();
-        for (; at; at = at->next, ++seen) {
-            if (everInContent.count(at)) return true;
-            stack.push_back(at->firstChild());
+    auto topOf = [](Node* at) {
+        while (at->parent || at->previous)
+            at = at->parent ? at->parent : at->previous;
+        return at;
+    };
+    Node* top = topOf(node);
+    for (Plinth::Operation* op : document()->undoStack.operations) {
+        if (auto* children = dynamic_cast<Arbor::ReplaceChildrenOperation*>(op)) {
+            if (topOf(children->parent) == top) return true;
+            for (Node* at = children->replacement; at; at = at->next) {
+                if (topOf(at) == top) return true;
+            }
+        } else if (auto* text = dynamic_cast<Arbor::ReplaceTextOperation*>(op)) {
+            if (topOf(text->text) == top) return true;
+        } else if (auto* attribute = dynamic_cast<Arbor::AttributeOperation*>(op)) {
+            if (topOf(attribute->element) == top) return true;
         }
     }
     return false;
@@ -226,8 +225,9 @@ bool Interpreter::touchesHistory(Node* node)
 void Interpreter::trackHistory(const std::string& xmlBefore)
 {
     bool unrecorded = false;
-    for (const auto& [node, wasInContent] : touched) {
-        if (!(wasInContent && node->isDocumentChild()) && touchesHistory(node.get()))
+    for (const Touched& at : touched) {
+        if (!(at.inContent && at.node->isDocumentChild())
+            && (at.touchedHistory || touchesHistory(at.node.get())))
             unrecorded = true;
     }
     const Arbor::UndoStack& stack = document()->undoStack;
@@ -384,11 +384,9 @@ bool Interpreter::childOperation()
          ++again)
         newChild = pick(0, 24);
     touch(parent);
-    if (newChild) {
+    // Moving a node changes its old parent, or the parentless chain it is cut out of.
+    if (newChild && (newChild->parent || newChild->previous || newChild->next))
         touch(newChild->parent ? newChild->parent : newChild);
-        touch(newChild->nodeType() == Arbor::DOCUMENT_FRAGMENT_NODE ? newChild->firstChild()
-                                                                    : nullptr);
-    }
     switch (source.below(5)) {
     case 0: {
         operation = "insertBefore";
@@ -819,7 +817,6 @@ bool Interpreter::step()
     log.clear();
     hookLog().clear();
     const std::string before = xml();
-    noteContent();
     // Each operation with its weight out of 40.
     using Run = bool (*)(Interpreter&);
     static const std::pair<unsigned long, Run> operations[] = {
@@ -858,7 +855,6 @@ bool Interpreter::step()
         }
         choice -= entry.first;
     }
-    noteContent();
     trackHistory(before);
     // ARBOR_TRACE=1 lists the steps, to find the one that leads to a failure.
     static const bool trace = std::getenv("ARBOR_TRACE") != nullptr;

@@ -122,14 +122,16 @@ private:
     std::vector<Arbor::Node*> reached;
     /// Ranges that had a point outside the content after some step.
     std::unordered_set<Arbor::Range*> staleRanges;
-    /// Nodes seen in the main document's content at a step boundary (addresses may be reused,
-    /// which only makes the history checks more cautious).
-    std::unordered_set<Arbor::Node*> everInContent;
     /// Per task of the main document's history: its first operation and the XML before it.
     std::vector<std::pair<Plinth::Operation*, std::string>> tasks;
-    /// Nodes the current step may change without a record, each with whether it was in the
-    /// content before the step; held until the step is judged.
-    std::vector<std::pair<Plinth::Ref<Arbor::Node>, bool>> touched;
+    /// Nodes the current step may change without a record, with whether each was in the content
+    /// and reached the history before the step; held until the step is judged.
+    struct Touched {
+        Plinth::Ref<Arbor::Node> node;
+        bool inContent;
+        bool touchedHistory;
+    };
+    std::vector<Touched> touched;
     /// False once a change that undo could bring back into the document went unrecorded while
     /// the history held something: undoing then need not give the XML of the task boundaries.
     bool historyPure = true;
@@ -146,7 +148,6 @@ private:
     bool fail(const std::string& what);
     std::string xml() const;
     void touch(Arbor::Node* node);
-    void noteContent();
     void trackHistory(const std::string& xmlBefore);
     bool touchesHistory(Arbor::Node* node);
 
