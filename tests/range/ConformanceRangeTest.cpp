@@ -20,47 +20,6 @@ protected:
     }
 };
 
-// Observers of AfterSelectionChange see the range's references already moved: the old
-// containers have been let go, the new ones are held.
-TEST_F(ConformanceRangeTest, AfterSelectionChangeSeesTheOldContainersReleased)
-{
-    struct Case {
-        const char* what;
-        Node* from; // the range covers the contents of this node first
-        Node* to; // and then the contents of this one
-    };
-    const Case cases[] = {
-        { "element to element", p, c[1] },
-        { "document to element", &document(), root() },
-    };
-    for (const Case& test : cases) {
-        SCOPED_TRACE(test.what);
-        Ref<Range> r = selectedRange(test.from, 0, test.from, test.from->items());
-        const unsigned long fromCount = test.from->refCount;
-        const unsigned long toCount = test.to->refCount;
-        std::vector<std::string> seen;
-        CallbackObserver watcher;
-        watcher.react = [&](DomEvent& event) {
-            if (event.type != Arbor::tok_BeforeSelectionChange
-                && event.type != Arbor::tok_AfterSelectionChange)
-                return;
-            seen.push_back(std::string(event.type.name) + " old "
-                + std::to_string(fromCount - test.from->refCount) + " released, new "
-                + std::to_string(test.to->refCount - toCount) + " taken");
-        };
-        document().addObserver(&watcher);
-
-        r->selectNodeContents(test.to);
-        const std::vector<std::string> expected
-            = { "BeforeSelectionChange old 0 released, new 0 taken",
-                  "AfterSelectionChange old 2 released, new 2 taken" };
-        EXPECT_EQ(seen, expected);
-        EXPECT_EQ(test.from->refCount, fromCount - 2);
-        EXPECT_EQ(test.to->refCount, toCount + 2);
-        document().removeObserver(&watcher);
-    }
-}
-
 // A selected range may hold the last references on its document. Moving it off the document
 // still announces the move, and the document goes only afterwards, leaving the host's range
 // detached.

@@ -35,58 +35,6 @@ TEST_F(TextTest, EmptyTextHasNoBuffer)
     EXPECT_NE(fromEmpty->data(), source) << "the node keeps its own copy";
 }
 
-// Every form of the edit, on a detached text (applied at once) and on one in the document (an
-// undoable operation; refused edits leave the document as it was).
-TEST_F(TextTest, EditsClipCountsAndRefuseOffsetsPastTheEnd)
-{
-    using Edit = std::function<void(Arbor::Text&)>;
-    struct Case {
-        const char* name;
-        const char16_t* initial;
-        Edit edit;
-        const char* expected; // null: INDEX_SIZE_ERR
-    };
-    const Case cases[] = {
-        { "replace inside", u"hello", [](Arbor::Text& t) { t.replaceData(1, 2, u"XY"); }, "hXYlo" },
-        { "replace nothing by nothing", u"hello",
-            [](Arbor::Text& t) { t.replaceData(1, 0, nullptr); }, "hello" },
-        { "replace all by empty string", u"hello", [](Arbor::Text& t) { t.replaceData(0, 5, u""); },
-            "" },
-        { "delete inside", u"hello", [](Arbor::Text& t) { t.deleteData(1, 3); }, "ho" },
-        { "delete length", u"hello", [](Arbor::Text& t) { t.deleteData(0, t.length()); }, "" },
-        { "insert at the end", u"hello", [](Arbor::Text& t) { t.insertData(5, u"!"); }, "hello!" },
-        { "insert past the end", u"hello", [](Arbor::Text& t) { t.insertData(6, u"!"); }, nullptr },
-        { "append empty", u"hello", [](Arbor::Text& t) { t.appendData(u""); }, "hello" },
-        { "append to empty", u"", [](Arbor::Text& t) { t.appendData(u"ab"); }, "ab" },
-        { "set null", u"hello", [](Arbor::Text& t) { t.setData(nullptr); }, "" },
-        { "set", u"hello", [](Arbor::Text& t) { t.setData(u"new"); }, "new" },
-        { "set node value", u"", [](Arbor::Text& t) { t.setNodeValue(u"v"); }, "v" },
-        { "empty: huge count", u"", [](Arbor::Text& t) { t.replaceData(0, ULONG_MAX, u"abc"); },
-            "abc" },
-        { "empty: nothing", u"", [](Arbor::Text& t) { t.replaceData(0, 0, nullptr); }, "" },
-        { "empty: offset 1", u"", [](Arbor::Text& t) { t.insertData(1, u"x"); }, nullptr },
-    };
-    for (const Case& test : cases) {
-        SCOPED_TRACE(test.name);
-        Plinth::Ref<TestText> detached(document().makeText(test.initial));
-        TestText* inDocument = appendText(root(), test.initial);
-        if (!test.expected) {
-            expectDomError(1, [&] { test.edit(*detached); });
-            EXPECT_EQ(held(detached.get()), ascii(test.initial));
-            const Snapshot before = snapshot();
-            expectDomError(1, [&] { test.edit(*inDocument); });
-            EXPECT_EQ(snapshot(), before);
-        } else {
-            test.edit(*detached);
-            EXPECT_EQ(held(detached.get()), test.expected);
-            EXPECT_EQ(detached->length(), std::string(test.expected).size());
-            expectUndoRedoRestores([&] { test.edit(*inDocument); });
-            EXPECT_EQ(held(inDocument), test.expected);
-        }
-        root()->removeChild(inDocument);
-    }
-}
-
 // The offset is checked first, then read-only, then the node's own refusal, all before any change.
 TEST_F(TextTest, RefusalOrder)
 {
