@@ -286,6 +286,20 @@ void expectRangeError(long code, const std::function<void()>& action)
     ADD_FAILURE() << "expected " << Arbor::RangeException(code).causeName() << ", nothing thrown";
 }
 
+void setSwitches(Arbor::Node* target, const char* switches)
+{
+    auto has = [&](char c) { return std::string(switches).find(c) != std::string::npos; };
+    if (auto* element = dynamic_cast<TestElement*>(target)) {
+        element->readOnlyNode = has('r');
+        element->refuseChildren = has('c');
+        element->refuseSet = has('s');
+        element->refuseRemove = has('m');
+    } else if (auto* text = dynamic_cast<TestText*>(target)) {
+        text->readOnlyNode = has('r');
+        text->refuseEdit = has('e');
+    }
+}
+
 // EventLog
 
 void EventLog::unObserve(Arbor::Token type)
@@ -387,6 +401,26 @@ Plinth::Ref<Arbor::Range> HostTest::range(
 Snapshot HostTest::snapshot()
 {
     return Snapshot { xml(doc.get()), events.lines(), doc->canUndo(), doc->canRedo() };
+}
+
+void HostTest::expectRefusals(Arbor::Node* target, const std::vector<Refusal>& rows,
+    const std::function<std::string()>& elsewhere)
+{
+    for (const Refusal& row : rows) {
+        SCOPED_TRACE(row.name);
+        setSwitches(target, row.switches);
+        const Snapshot before = snapshot();
+        const std::string outside = elsewhere ? elsewhere() : std::string();
+        if (row.code)
+            expectDomError(row.code, row.call);
+        else
+            row.call();
+        EXPECT_EQ(snapshot(), before);
+        if (elsewhere) {
+            EXPECT_EQ(elsewhere(), outside);
+        }
+    }
+    setSwitches(target, "");
 }
 
 void HostTest::expectUndoRedoRestores(const std::function<void()>& change)

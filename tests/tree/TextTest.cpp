@@ -39,28 +39,14 @@ TEST_F(TextTest, EmptyTextHasNoBuffer)
 TEST_F(TextTest, RefusalOrder)
 {
     TestText* t = appendText(root(), u"abc");
-    struct Case {
-        const char* name;
-        bool readOnly;
-        bool refuse;
-        std::function<void()> call;
-        long code;
-    };
-    const Case cases[] = {
-        { "offset before read-only", true, true, [&] { t->replaceData(4, 0, u"x"); }, 1 },
-        { "read-only before refusal", true, true, [&] { t->replaceData(0, 1, u"x"); }, 7 },
-        { "refusal", false, true, [&] { t->deleteData(0, 1); }, 3 },
-        { "split: offset before read-only", true, false, [&] { t->splitText(4); }, 1 },
-        { "split: read-only", true, false, [&] { t->splitText(1); }, 7 },
-    };
-    for (const Case& test : cases) {
-        SCOPED_TRACE(test.name);
-        t->readOnlyNode = test.readOnly;
-        t->refuseEdit = test.refuse;
-        const Snapshot before = snapshot();
-        expectDomError(test.code, test.call);
-        EXPECT_EQ(snapshot(), before);
-    }
+    expectRefusals(t,
+        {
+            { "offset before read-only", "re", [&] { t->replaceData(4, 0, u"x"); }, 1 },
+            { "read-only before refusal", "re", [&] { t->replaceData(0, 1, u"x"); }, 7 },
+            { "refusal", "e", [&] { t->deleteData(0, 1); }, 3 },
+            { "split: offset before read-only", "r", [&] { t->splitText(4); }, 1 },
+            { "split: read-only", "r", [&] { t->splitText(1); }, 7 },
+        });
 }
 
 TEST_F(TextTest, SplitWithAParentThatRefuses)
