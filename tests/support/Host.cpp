@@ -1,5 +1,7 @@
 #include "tests/support/Host.h"
 
+#include "tests/support/Links.h"
+
 #include <memory>
 #include <ostream>
 #include <sstream>
@@ -374,6 +376,13 @@ void HostTest::SetUp()
 void HostTest::TearDown()
 {
     rootElement = nullptr;
+    // Whatever the test did, every link and count of both documents must still agree.
+    Held fixture;
+    for (Arbor::Node* document :
+        { static_cast<Arbor::Node*>(doc.get()), static_cast<Arbor::Node*>(other.get()) }) {
+        if (document) fixture[document] = 1;
+    }
+    EXPECT_EQ(linkProblems({}, &fixture), "");
     if (doc) {
         doc->removeObserver(&events);
         doc->tearDown();
