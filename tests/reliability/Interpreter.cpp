@@ -346,29 +346,21 @@ bool Interpreter::makeNode()
 {
     operation = "make node";
     if (held.size() > 60) return releaseNode();
-    TestDocument* document = documents[source.chance(8) ? 1 : 0].get();
+    TestDocument* d = documents[source.chance(8) ? 1 : 0].get();
     const char* tag = tags[source.below(4)];
     const std::u16string text = pickText();
-    Node* made = nullptr;
     switch (source.below(5)) {
     case 0:
-        made = document->makeElement(tag);
-        break;
+        return held.emplace_back(d->makeElement(tag)), true;
     case 1:
-        made = document->createElement(Arbor::Token(tag));
-        break;
+        return held.emplace_back(d->createElement(Arbor::Token(tag))), true;
     case 2:
-        made = document->makeText(text.c_str());
-        break;
+        return held.emplace_back(d->makeText(text.c_str())), true;
     case 3:
-        made = document->createTextNode(text.c_str());
-        break;
+        return held.emplace_back(d->createTextNode(text.c_str())), true;
     default:
-        made = document->createDocumentFragment();
-        break;
+        return held.emplace_back(d->createDocumentFragment()), true;
     }
-    held.emplace_back(made);
-    return true;
 }
 
 bool Interpreter::childOperation()
@@ -540,72 +532,41 @@ bool Interpreter::cloneNode()
 bool Interpreter::toggleSwitch()
 {
     operation = "toggle switch";
+    static const char* const switches[] = { "", "", "", "r", "c", "s", "m", "e", "rcsme" };
     Node* node = pick();
-    const bool on = source.chance(3);
-    if (auto* element = dynamic_cast<TestElement*>(node)) {
-        switch (source.below(5)) {
-        case 0:
-            element->readOnlyNode = on;
-            break;
-        case 1:
-            element->refuseChildren = on;
-            break;
-        case 2:
-            element->refuseSet = on;
-            break;
-        case 3:
-            element->refuseRemove = on;
-            break;
-        default:
-            element->passNotices = on;
-            break;
-        }
-    } else if (auto* text = dynamic_cast<TestText*>(node)) {
-        (source.chance(2) ? text->readOnlyNode : text->refuseEdit) = on;
-    }
+    if (auto* element = dynamic_cast<TestElement*>(node); element && source.chance(5))
+        element->passNotices = source.chance(3);
+    else
+        setSwitches(node, switches[source.below(9)]);
     return true;
 }
 
 bool Interpreter::historyOperation()
 {
     Arbor::Document* d = document();
-    switch (source.below(16)) {
-    case 0:
-    case 1:
-    case 2:
-    case 8:
-    case 9:
-    case 10:
+    const unsigned long choice = source.below(16);
+    if (choice < 6) {
         operation = "undo";
         attempt([&] { d->undo(); });
-        return true;
-    case 3:
-    case 4:
-    case 11:
-    case 12:
+    } else if (choice < 10) {
         operation = "redo";
         attempt([&] { d->redo(); });
-        return true;
-    case 5:
-    case 13:
-    case 14:
+    } else if (choice < 13) {
         operation = "newUndoTask";
         d->newUndoTask();
-        return true;
-    case 6: {
+    } else if (choice < 14) {
         operation = "maxUndoTasks";
         const unsigned long limits[] = { 0, 1, 2, 5, 100, 100, 100, 100 };
         const unsigned long n = limits[source.below(8)];
         d->maxUndoTasks(n);
         if (d->canUndo() || d->canRedo() || d->maxUndoTasks() != n)
             return fail("maxUndoTasks kept history or another limit");
-        return true;
-    }
-    default:
+    } else {
         operation = "clearUndoStack";
         d->clearUndoStack();
-        return d->canUndo() || d->canRedo() ? fail("clearUndoStack kept history") : true;
+        if (d->canUndo() || d->canRedo()) return fail("clearUndoStack kept history");
     }
+    return true;
 }
 
 bool Interpreter::batchOperation()
@@ -627,23 +588,19 @@ bool Interpreter::observerOperation()
     operation = "observers";
     Arbor::Document* d = document();
     ChaosObserver& observer = *observers[source.below(observers.size())];
-    switch (source.below(4)) {
-    case 0:
-    case 1:
-        if (tornDown) return true;
+    const unsigned long choice = source.below(4);
+    if (choice == 2) {
+        d->removeObserver(&observer);
+    } else if (choice == 3) {
+        postCounted();
+    } else if (!tornDown) {
         if (source.chance(2))
             d->addObserver(&observer);
         else
             d->addObserver(&observer, eventTypes[source.below(6)]);
         ++observer.registrations;
-        return true;
-    case 2:
-        d->removeObserver(&observer);
-        return true;
-    default:
-        postCounted();
-        return true;
     }
+    return true;
 }
 
 bool Interpreter::rangeSetter(Arbor::Range* range)
