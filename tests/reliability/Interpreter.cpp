@@ -261,12 +261,14 @@ void Interpreter::trackHistory(const std::string& xmlBefore)
     touched.clear();
 }
 
-Node* Interpreter::pick(int type, unsigned long noneChance)
+Node* Interpreter::pick(int type, unsigned long noneChance, bool preferContent)
 {
+    const bool content = preferContent && source.chance(2);
     std::vector<Node*> candidates;
     for (Node* node : reached) {
         if (treeNode(node) && (type == 0 || node->nodeType() == type)
-            && !(type == -1 && node->asText()))
+            && !(type == -1 && node->asText())
+            && (!content || (node->document == document() && node->isDocumentChild())))
             candidates.push_back(node);
     }
     if (candidates.empty() || (noneChance && source.chance(noneChance))) return nullptr;
@@ -415,7 +417,12 @@ bool Interpreter::childOperation()
 
 bool Interpreter::textOperation()
 {
-    auto* text = static_cast<Arbor::Text*>(pick(Arbor::TEXT_NODE));
+    auto* text = static_cast<Arbor::Text*>(pick(Arbor::TEXT_NODE, 0, true));
+    // Often a text that a range points into, so that the edit moves points.
+    for (auto& range : ranges) {
+        if (range->endContainer && range->endContainer->asText() && source.chance(2))
+            text = range->endContainer->asText();
+    }
     if (!text) return makeNode();
     touch(text);
     const std::u16string old = dataOf(text);
@@ -424,6 +431,21 @@ bool Interpreter::textOperation()
     unsigned long count = pickOffset(length);
     std::optional<std::u16string> data = pickText();
     if (source.chance(6)) data.reset();
+    // The points in the text, to follow the edit: a point in the removed units goes to its
+    // start, one after them moves back by the units removed and forward by the units inserted.
+    std::vector<std::pair<unsigned long*, unsigned long>> points;
+    if (text->isDocumentChild()) {
+        for (Node* node : reached) {
+            auto* range = static_cast<Arbor::Range*>(node);
+            if (node->nodeType() != Arbor::RANGE_NODE || range->isDetached() || range->isSuspended()
+                || staleRanges.count(range))
+                continue;
+            if (range->startContainer == text)
+                points.emplace_back(&range->startOffset, range->startOffset);
+            if (range->endContainer == text)
+                points.emplace_back(&range->endOffset, range->endOffset);
+        }
+    }
     bool done = false;
     switch (source.below(7)) {
     case 0:
@@ -470,6 +492,17 @@ bool Interpreter::textOperation()
     if (dataOf(text) != expected)
         return fail(done ? "the edit gave other text" : "a refused edit changed the text");
     if (text->data() && expected.empty()) return fail("empty text keeps a buffer");
+    const unsigned long removed = std::min(count, length - std::min(offset, length));
+    const unsigned long added = data ? data->size() : 0;
+    for (const auto& [point, before] : points) {
+        unsigned long wanted = before < offset ? before
+            : before - offset < removed        ? offset
+                                               : before - removed;
+        wanted += offset < wanted ? added : 0;
+        if (done && *point != wanted)
+            return fail(
+                "a point at " + std::to_string(before) + " moved to " + std::to_string(*point));
+    }
     return true;
 }
 
@@ -605,7 +638,7 @@ bool Interpreter::observerOperation()
 
 bool Interpreter::rangeSetter(Arbor::Range* range)
 {
-    Node* node = pick(0, 16);
+    Node* node = pick(source.chance(2) ? Arbor::TEXT_NODE : 0, 16, true);
     const std::string before = pointsOf(range);
     const int kind = static_cast<int>(source.below(8));
     const bool start = kind % 2 == 0;

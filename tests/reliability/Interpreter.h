@@ -151,7 +151,9 @@ private:
     void trackHistory(const std::string& xmlBefore);
     bool touchesHistory(Arbor::Node* node);
 
-    Arbor::Node* pick(int type = 0, unsigned long noneChance = 0);
+    /// A node of `type` (0: any, -1: any but text) from the last check's pool; with
+    /// `preferContent`, half the time one in the main document's content.
+    Arbor::Node* pick(int type = 0, unsigned long noneChance = 0, bool preferContent = false);
     Arbor::Node* pickParent();
     Arbor::Node* pickChild(Arbor::Node* parent);
     unsigned long pickOffset(unsigned long length);

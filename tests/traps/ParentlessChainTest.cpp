@@ -32,48 +32,6 @@ enum class Op { InsertBefore, Append, Replace };
 
 } // namespace
 
-TEST_F(ParentlessChainTest, DirectReplaceChildrenRefusesAllButAChainHead)
-{
-    for (bool inDocument : { false, true }) {
-        Plinth::Ref<Node> p(document().makeElement("p"));
-        if (inDocument) root()->appendChild(p.get());
-        appendElement(p.get(), "x");
-        Plinth::Ref<Node> q(document().makeElement("q"));
-        TestElement* owned = appendElement(q.get(), "owned");
-        Plinth::Ref<Node> head(document().makeText(u"abcd"));
-        const std::vector<Node*> nodes = splitIntoChain(head->asText());
-        document().clearUndoStack();
-
-        struct Case {
-            const char* name;
-            Node* newChild;
-        };
-        const Case cases[] = {
-            { "middle of a chain", nodes[1] },
-            { "tail of a chain", nodes[3] },
-            { "node with a parent", owned },
-        };
-        for (const Case& c : cases) {
-            for (Node* first : { static_cast<Node*>(nullptr), p->firstChild() }) {
-                SCOPED_TRACE(std::string(inDocument ? "in document, " : "detached, ") + c.name
-                    + (first ? ", before x" : ", append"));
-                const Snapshot before = snapshot();
-                const std::string pXml = xml(p.get());
-                expectDomError(Arbor::DomException::HIERARCHY_REQUEST_ERR,
-                    [&] { p->replaceChildren(first, 0, c.newChild); });
-                EXPECT_EQ(snapshot(), before);
-                EXPECT_EQ(xml(p.get()), pXml);
-                EXPECT_EQ(xml(q.get()), "<q><owned></owned></q>");
-                EXPECT_EQ(siblings(head.get()), "'a' 'b' 'c' 'd'");
-                Held held { { head.get(), 1 }, { q.get(), 1 } };
-                EXPECT_LINKS_SOUND({ head.get(), q.get() }, &held);
-                EXPECT_LINKS_SOUND({ p.get() });
-            }
-        }
-        if (inDocument) root()->removeChild(p.get());
-    }
-}
-
 // The head of a parentless chain dies while the node after it is held elsewhere: the survivor has
 // no dangling `previous`, can be read and moves into a tree like any chain head.
 TEST_F(ParentlessChainTest, SurvivorOfADestroyedPredecessor)
