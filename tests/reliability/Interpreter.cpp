@@ -21,7 +21,6 @@ const char* const tags[] = { "p", "q", "em", "li" };
 const Arbor::Token eventTypes[] = { Arbor::tok_BeforeReplaceChildren,
     Arbor::tok_AfterReplaceChildren, Arbor::tok_BeforeReplaceText, Arbor::tok_AfterReplaceText,
     Arbor::tok_AfterSetAttribute, Arbor::tok_BeforeSelectionChange };
-constexpr unsigned long walkLimit = 100000;
 
 class CountedFunctor final : public Arbor::Functor {
 public:
