@@ -416,7 +416,8 @@ bool Interpreter::childOperation()
 
 bool Interpreter::textOperation()
 {
-    auto* text = static_cast<Arbor::Text*>(pick(Arbor::TEXT_NODE, 0, true));
+    Node* picked = pick(Arbor::TEXT_NODE, 0, true);
+    Arbor::Text* text = picked ? picked->asText() : nullptr;
     // Often a text that a range points into, so that the edit moves points.
     for (auto& range : ranges) {
         if (range->endContainer && range->endContainer->asText() && source.chance(2))
@@ -435,10 +436,9 @@ bool Interpreter::textOperation()
     std::vector<std::pair<unsigned long*, unsigned long>> points;
     if (text->isDocumentChild()) {
         for (Node* node : reached) {
+            if (node->nodeType() != Arbor::RANGE_NODE) continue;
             auto* range = static_cast<Arbor::Range*>(node);
-            if (node->nodeType() != Arbor::RANGE_NODE || range->isDetached() || range->isSuspended()
-                || staleRanges.count(range))
-                continue;
+            if (range->isDetached() || range->isSuspended() || staleRanges.count(range)) continue;
             if (range->startContainer == text)
                 points.emplace_back(&range->startOffset, range->startOffset);
             if (range->endContainer == text)
@@ -508,7 +508,8 @@ bool Interpreter::textOperation()
 bool Interpreter::splitText()
 {
     operation = "splitText";
-    auto* text = static_cast<Arbor::Text*>(pick(Arbor::TEXT_NODE));
+    Node* picked = pick(Arbor::TEXT_NODE);
+    Arbor::Text* text = picked ? picked->asText() : nullptr;
     if (!text) return makeNode();
     touch(text);
     touch(text->parent);
@@ -525,7 +526,8 @@ bool Interpreter::splitText()
 
 bool Interpreter::attributeOperation()
 {
-    auto* element = static_cast<Arbor::Element*>(pick(Arbor::ELEMENT_NODE));
+    Node* picked = pick(Arbor::ELEMENT_NODE);
+    Arbor::Element* element = picked ? picked->asElement() : nullptr;
     if (!element) return makeNode();
     touch(element);
     const std::string name = "a" + std::to_string(source.below(24));
