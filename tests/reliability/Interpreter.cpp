@@ -380,38 +380,28 @@ bool Interpreter::childOperation()
     // Moving a node changes its old parent, or the parentless chain it is cut out of.
     if (newChild && (newChild->parent || newChild->previous || newChild->next))
         touch(newChild->parent ? newChild->parent : newChild);
-    switch (source.below(5)) {
-    case 0: {
-        operation = "insertBefore";
-        Node* ref = pickChild(parent);
-        attempt([&] { parent->insertBefore(newChild, ref); });
-        return true;
-    }
-    case 1:
-        operation = "appendChild";
-        attempt([&] { parent->appendChild(newChild); });
-        return true;
-    case 2: {
-        operation = "replaceChild";
-        Node* old = pickChild(parent);
-        attempt([&] { parent->replaceChild(newChild, old); });
-        return true;
-    }
-    case 3: {
-        operation = "removeChild";
-        Node* old = pickChild(parent);
-        attempt([&] { parent->removeChild(old); });
-        return true;
-    }
-    default: {
-        operation = "replaceChildren";
-        Node* first = pickChild(parent);
-        const unsigned long counts[] = { 0, 1, 1, 2, 3, ULONG_MAX };
-        const unsigned long count = counts[source.below(6)];
-        attempt([&] { parent->replaceChildren(first, count, newChild); });
-        return true;
-    }
-    }
+    const unsigned long kind = source.below(5);
+    Node* other = kind == 1 ? nullptr : pickChild(parent);
+    // The reference child is held for the call's length, as a host holds what it passes: one held
+    // only by the new child's chain link would die when the new child is cut out of its chain.
+    const Plinth::Ref<Node> holdOther(other);
+    const unsigned long counts[] = { 0, 1, 1, 2, 3, ULONG_MAX };
+    static const char* const names[]
+        = { "insertBefore", "appendChild", "replaceChild", "removeChild", "replaceChildren" };
+    operation = names[kind];
+    attempt([&] {
+        if (kind == 0)
+            parent->insertBefore(newChild, other);
+        else if (kind == 1)
+            parent->appendChild(newChild);
+        else if (kind == 2)
+            parent->replaceChild(newChild, other);
+        else if (kind == 3)
+            parent->removeChild(other);
+        else
+            parent->replaceChildren(other, counts[source.below(6)], newChild);
+    });
+    return true;
 }
 
 bool Interpreter::textOperation()
