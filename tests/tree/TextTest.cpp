@@ -106,3 +106,16 @@ TEST_F(TextTest, EveryEditGivesTheTextANewBuffer)
         }
     }
 }
+
+// A split at either end is allowed and leaves an empty node, with no buffer, on that side.
+TEST_F(TextTest, SplitAtEitherEnd)
+{
+    TestText* t = appendText(root(), u"abc");
+    Arbor::Text* end = t->splitText(3);
+    EXPECT_EQ(end->data(), nullptr);
+    Arbor::Text* start = t->splitText(0);
+    EXPECT_EQ(children(root()), "'' 'abc' ''");
+    EXPECT_EQ(t->data(), nullptr);
+    EXPECT_EQ(ascii(start->data()), "abc");
+    expectDomError(1, [&] { t->splitText(1); });
+}
