@@ -3,6 +3,7 @@
 #include "arbor/foundation/Assert.h"
 #include "arbor/foundation/Ref.h"
 #include "arbor/tree/ChainRelease.h"
+#include "arbor/undo/InsertionAnchors.h"
 
 Arbor::InnerNode::InnerNode(Document* document)
     : Node(document)
@@ -28,6 +29,12 @@ unsigned long Arbor::InnerNode::items() { return countFollowing(first); }
 bool Arbor::InnerNode::mayReplaceChildren(Node*, unsigned long, Node*) { return true; }
 
 void Arbor::InnerNode::replaceChildrenRaw(Node* runHead, unsigned long count, Node* newChild)
+{
+    InsertionAnchors::noteRawChange(document);
+    relinkChildren(runHead, count, newChild);
+}
+
+void Arbor::InnerNode::relinkChildren(Node* runHead, unsigned long count, Node* newChild)
 {
     if (!newChild && (!runHead || count == 0)) return;
     Node* tail = newChild ? adoptChain(newChild) : nullptr;
