@@ -10,14 +10,11 @@ Arbor::InsertionAnchors::InsertionAnchors(Document* document)
 {
 }
 
-void Arbor::InsertionAnchors::anchor(Document* document)
+void Arbor::InsertionAnchors::startLog(Document* document)
 {
-    if (document->anchoredOperations == 0) {
-        std::unique_ptr<InsertionAnchors> log(new InsertionAnchors(document));
-        addNodeWatcher(document, log.get());
-        document->insertionAnchors = log.release();
-    }
-    ++document->anchoredOperations;
+    std::unique_ptr<InsertionAnchors> log(new InsertionAnchors(document));
+    addNodeWatcher(document, log.get());
+    document->insertionAnchors = log.release();
 }
 
 void Arbor::InsertionAnchors::release(Document* document) noexcept

@@ -59,7 +59,11 @@ public:
 
     /// An operation executes for the first time; the log watches from now on. Throws
     /// `std::bad_alloc` with nothing changed.
-    static void anchor(Document* document);
+    static void anchor(Document* document)
+    {
+        if (document->anchoredOperations == 0) startLog(document);
+        ++document->anchoredOperations;
+    }
     /// An executed operation ends; the log ends with the last one.
     static void release(Document* document) noexcept;
     /// Whether `node`, an operation's insertion point as of `stamp`, may have been destroyed
@@ -84,6 +88,7 @@ private:
     unsigned long long unloggedBefore = 0;
 
     InsertionAnchors(Document* document);
+    static void startLog(Document* document);
     std::size_t home(const Node* node) const;
     const Entry* lookup(const Node* node) const;
     bool grow() noexcept;
