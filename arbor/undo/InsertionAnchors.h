@@ -44,11 +44,13 @@ public:
     /// Marks the raw replacement that a recorded operation runs.
     class RecordedChange {
     public:
+        /// Raises the document's depth of recorded changes.
         explicit RecordedChange(Document* document)
             : document(document)
         {
             ++document->recordedChildChangeDepth;
         }
+        /// Lowers it again, also when the change throws.
         ~RecordedChange() { --document->recordedChildChangeDepth; }
         RecordedChange(const RecordedChange&) = delete;
         RecordedChange& operator=(const RecordedChange&) = delete;
