@@ -2,6 +2,7 @@
 
 #include "arbor/foundation/CData.h"
 #include "arbor/foundation/XmlOutput.h"
+#include "arbor/tree/NodePool.h"
 #include "arbor/tree/Utf8.h"
 
 #include <algorithm>
@@ -322,3 +323,5 @@ std::pair<Arbor::Token, Arbor::Variant>* Arbor::BasicElement::find(Token name) c
     Entry* at = store->place(name.name);
     return at && !isRemoved(*at) ? at : nullptr;
 }
+
+ARBOR_NODE_ALLOCATION_DEFINE(Arbor::BasicElement)

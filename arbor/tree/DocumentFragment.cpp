@@ -1,5 +1,6 @@
 #include "arbor/tree/DocumentFragment.h"
 
+#include "arbor/tree/NodePool.h"
 #include "arbor/values/NodeNames.h"
 
 #include <ostream>
@@ -37,3 +38,5 @@ const char16_t* Arbor::DocumentFragment::nodeValue() { return nullptr; }
 void Arbor::DocumentFragment::setNodeValue(const char16_t*) { }
 
 bool Arbor::DocumentFragment::hasAttributes() { return false; }
+
+ARBOR_NODE_ALLOCATION_DEFINE(Arbor::DocumentFragment)
