@@ -10,15 +10,18 @@ namespace Arbor {
 
 /// Memory for the library's own node classes (their class-specific `operator new` and
 /// `operator delete` come here). Objects of up to `maxSize` bytes are served in size classes of
-/// 8 bytes from chunks the pool takes from the global heap; larger ones, and every object when
-/// pooling is off (sanitizer builds, Valgrind), go to the global heap. A subclass of another size
-/// thus lands in its own size class or on the global heap, never in a slot too small for it.
+/// 8 bytes; larger ones, and every object when pooling is off (sanitizer builds, Valgrind), go to
+/// the global heap. A subclass of another size thus lands in its own size class or on the global
+/// heap, never in a slot too small for it; slots whose size is a multiple of 16 start on a multiple
+/// of 16.
 ///
-/// Each thread keeps a free list per size class and takes and gives slots without a lock. A slot
-/// freed on another thread than the one that made it joins the freeing thread's list; a list that
-/// grows past a bound hands a batch of slots to a global list, and when a thread exits its lists
-/// go there too, so freed memory is always reused, by any thread. Chunks stay with the pool for
-/// the process's lifetime.
+/// Each thread keeps a free list per size class and takes and gives slots without a lock. New
+/// slots are cut, whatever their size, one after the other from a chunk of the thread's own, so
+/// nodes made together (an element and its text) lie together in memory. A slot freed on another
+/// thread than the one that made it joins the freeing thread's list; a list that grows past a
+/// bound hands a batch of slots to a global list, and when a thread exits its lists and the rest
+/// of its chunk go there too, so freed memory is always reused, by any thread. Chunks stay with
+/// the pool for the process's lifetime.
 class NodePool {
 public:
     /// Largest object served from the pool.
