@@ -31,6 +31,7 @@
 #include "arbor/tree/Element.h"
 #include "arbor/tree/InnerNode.h"
 #include "arbor/tree/Node.h"
+#include "arbor/tree/NodeAllocation.h"
 #include "arbor/tree/ProcessingInstruction.h"
 #include "arbor/tree/Text.h"
 #include "arbor/undo/AttributeOperation.h"

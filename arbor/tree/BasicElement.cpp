@@ -3,6 +3,7 @@
 #include "arbor/foundation/CData.h"
 #include "arbor/foundation/Utf8.h"
 #include "arbor/foundation/internal/XmlOutput.h"
+#include "arbor/tree/internal/NodePool.h"
 
 #include <algorithm>
 #include <charconv>
@@ -322,3 +323,5 @@ std::pair<Arbor::Token, Arbor::Variant>* Arbor::BasicElement::find(Token name) c
     Entry* at = store->place(name.name);
     return at && !isRemoved(*at) ? at : nullptr;
 }
+
+ARBOR_NODE_ALLOCATION_DEFINE(Arbor::BasicElement)

@@ -2,6 +2,7 @@
 #define ARBOR_TREE_BASIC_ELEMENT_H
 
 #include "arbor/tree/Element.h"
+#include "arbor/tree/NodeAllocation.h"
 
 #include <string>
 #include <utility>
@@ -34,6 +35,8 @@ class TreeOutput;
 /// only removals cost such places; a copy made by `cloneNode` keeps no removed places.
 class ARBOR_API BasicElement : public Element {
 public:
+    ARBOR_NODE_ALLOCATION
+
     /// An element of `document` named `tag`, count 0, no attributes.
     BasicElement(Document* document, Token tag);
     ~BasicElement() override;

@@ -3,6 +3,7 @@
 #include "arbor/document/Document.h"
 #include "arbor/foundation/UString.h"
 #include "arbor/tree/DomException.h"
+#include "arbor/tree/internal/NodePool.h"
 #include "arbor/undo/ReplaceDataOperation.h"
 
 #include <cstdlib>
@@ -136,3 +137,5 @@ void Arbor::DataNode::deleteData(unsigned long offset, unsigned long count)
 {
     replaceData(offset, count, nullptr);
 }
+
+ARBOR_NODE_ALLOCATION_DEFINE(Arbor::DataNode)

@@ -2,6 +2,7 @@
 #define ARBOR_TREE_DATA_NODE_H
 
 #include "arbor/tree/AtomicNode.h"
+#include "arbor/tree/NodeAllocation.h"
 
 namespace Arbor {
 
@@ -20,6 +21,8 @@ namespace Arbor {
 /// is applied at once, with no event and no undo record.
 class ARBOR_API DataNode : public AtomicNode {
 public:
+    ARBOR_NODE_ALLOCATION
+
     /// The data, NUL-terminated, `malloc`-allocated to exactly the length plus one unit; null
     /// exactly when the data is empty.
     char16_t* buffer = nullptr;

@@ -1,5 +1,6 @@
 #include "arbor/tree/DocumentFragment.h"
 
+#include "arbor/tree/internal/NodePool.h"
 #include "arbor/values/internal/NodeNames.h"
 
 #include <memory>
@@ -34,3 +35,5 @@ const char16_t* Arbor::DocumentFragment::nodeValue() { return nullptr; }
 void Arbor::DocumentFragment::setNodeValue(const char16_t*) { }
 
 bool Arbor::DocumentFragment::hasAttributes() { return false; }
+
+ARBOR_NODE_ALLOCATION_DEFINE(Arbor::DocumentFragment)

@@ -2,6 +2,7 @@
 #define ARBOR_TREE_DOCUMENT_FRAGMENT_H
 
 #include "arbor/tree/InnerNode.h"
+#include "arbor/tree/NodeAllocation.h"
 
 namespace Arbor {
 
@@ -9,6 +10,8 @@ namespace Arbor {
 /// `appendChild` or `replaceChild` moves its children and leaves it empty.
 class ARBOR_API DocumentFragment : public InnerNode {
 public:
+    ARBOR_NODE_ALLOCATION
+
     /// An empty fragment of `document`, count 0.
     explicit DocumentFragment(Document* document);
     ~DocumentFragment() override;

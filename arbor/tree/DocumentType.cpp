@@ -1,6 +1,7 @@
 #include "arbor/tree/DocumentType.h"
 
 #include "arbor/tree/DomException.h"
+#include "arbor/tree/internal/NodePool.h"
 #include "arbor/tree/internal/XmlNames.h"
 
 #include <ostream>
@@ -54,3 +55,5 @@ std::ostream& Arbor::DocumentType::putXml(std::ostream& os)
     if (!internalSubsetText.empty()) os << " [" << internalSubsetText << ']';
     return os << '>';
 }
+
+ARBOR_NODE_ALLOCATION_DEFINE(Arbor::DocumentType)

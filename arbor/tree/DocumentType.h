@@ -2,6 +2,7 @@
 #define ARBOR_TREE_DOCUMENT_TYPE_H
 
 #include "arbor/tree/AtomicNode.h"
+#include "arbor/tree/NodeAllocation.h"
 
 #include <string>
 #include <string_view>
@@ -22,6 +23,8 @@ namespace Arbor {
 /// content is written where it stands.
 class ARBOR_API DocumentType : public AtomicNode {
 public:
+    ARBOR_NODE_ALLOCATION
+
     /// The name.
     Token name;
     /// The public identifier, empty when absent.

@@ -5,6 +5,7 @@
 #include "arbor/foundation/Ref.h"
 #include "arbor/foundation/UString.h"
 #include "arbor/tree/DomException.h"
+#include "arbor/tree/internal/NodePool.h"
 #include "arbor/undo/ReplaceTextOperation.h"
 
 #include <cstdint>
@@ -192,3 +193,5 @@ Arbor::Text* Arbor::Text::splitText(unsigned long offset)
     Plinth::assignCounted(next, node);
     return node;
 }
+
+ARBOR_NODE_ALLOCATION_DEFINE(Arbor::Text)

@@ -2,6 +2,7 @@
 #define ARBOR_TREE_TEXT_H
 
 #include "arbor/tree/AtomicNode.h"
+#include "arbor/tree/NodeAllocation.h"
 
 namespace Arbor {
 
@@ -11,6 +12,8 @@ namespace Arbor {
 /// INDEX_SIZE_ERR. Allocation failure throws `std::bad_alloc` and leaves the text unchanged.
 class ARBOR_API Text : public AtomicNode {
 public:
+    ARBOR_NODE_ALLOCATION
+
     /// The text, NUL-terminated, `malloc`-allocated to exactly the length plus one unit; null
     /// exactly when the text is empty.
     char16_t* buffer = nullptr;

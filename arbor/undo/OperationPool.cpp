@@ -1,18 +1,12 @@
 #include "arbor/undo/internal/OperationPool.h"
 
+#include "arbor/foundation/internal/Pooling.h"
 #include "arbor/undo/AttributeOperation.h"
 #include "arbor/undo/ReplaceChildrenOperation.h"
 #include "arbor/undo/ReplaceTextOperation.h"
 
 #include <algorithm>
 #include <new>
-
-#if defined(__has_include)
-#if __has_include(<valgrind/valgrind.h>)
-#include <valgrind/valgrind.h>
-#define ARBOR_HAVE_VALGRIND_H 1
-#endif
-#endif
 
 // The library's own operations all fit a slot.
 static_assert(sizeof(Arbor::ReplaceChildrenOperation) <= Arbor::OperationPool::slotPayload);
@@ -33,17 +27,6 @@ constexpr std::size_t maxBlockSlots = 512;
 // The header in front of an object: the pool it came from, or null for the global heap.
 Arbor::OperationPool*& owner(void* slot) { return *static_cast<Arbor::OperationPool**>(slot); }
 
-bool pooling()
-{
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-    return false;
-#elif defined(ARBOR_HAVE_VALGRIND_H)
-    return RUNNING_ON_VALGRIND == 0;
-#else
-    return true;
-#endif
-}
-
 } // namespace
 
 struct Arbor::OperationPool::Block {
@@ -53,11 +36,7 @@ struct Arbor::OperationPool::Block {
     unsigned char* slots() { return reinterpret_cast<unsigned char*>(this) + sizeof(Block); }
 };
 
-bool Arbor::OperationPool::enabled()
-{
-    static const bool on = pooling();
-    return on;
-}
+bool Arbor::OperationPool::enabled() { return Plinth::poolingEnabled(); }
 
 Arbor::OperationPool::~OperationPool()
 {
@@ -129,9 +108,6 @@ void Arbor::OperationPool::addBlock()
 // Puts the block's slots on the free list, the first slot of the block first.
 void Arbor::OperationPool::thread(Block* block)
 {
-    for (std::size_t i = block->slotCount; i-- > 0;) {
-        auto* slot = reinterpret_cast<Slot*>(block->slots() + i * slotSize);
-        slot->nextFree = freeSlots;
-        freeSlots = slot;
-    }
+    freeSlots = static_cast<Slot*>(
+        Plinth::threadSlots(block->slots(), block->slotCount, slotSize, freeSlots));
 }
