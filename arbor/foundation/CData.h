@@ -25,9 +25,9 @@ ARBOR_API std::ostream& putCData(std::ostream& os, const char16_t* text);
 /// back unchanged instead of normalising them to spaces.
 ARBOR_API std::ostream& putAttributeData(std::ostream& os, const char16_t* text);
 
-/// The narrow (UTF-8) form of `putAttributeData`; `bytes` are copied as they are apart from the
-/// escapes and the C0 controls XML cannot carry, which become U+FFFD (the caller supplies
-/// well-formed UTF-8).
+/// The narrow (UTF-8) form of `putAttributeData`: the same escapes, and the same U+FFFD for the
+/// characters XML cannot carry (the C0 controls other than tab, line feed and carriage return,
+/// U+FFFE and U+FFFF) and for every ill-formed UTF-8 sequence.
 ARBOR_API std::ostream& putAttributeData(std::ostream& os, const char* bytes);
 
 } // namespace Plinth

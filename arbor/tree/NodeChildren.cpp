@@ -29,17 +29,18 @@ bool chainMayBeChildren(Node* chain)
 
 // Takes `node` out of the parentless sibling chain it belongs to, as a move takes a node out of
 // its parent. A node inside the chain was held by its predecessor's `next` link: that reference
-// passes to the returned holder. A head keeps its own holders but lets go of the nodes after it.
+// passes to the returned holder. A head keeps its own holders and lets go of the nodes after it,
+// but only when the holder goes: they may hold the node being inserted into, or its reference
+// child, which the insertion still reads.
 Plinth::Ref<Node> cutFromChain(Node* node)
 {
     Node* before = node->previous;
     Node* after = node->next;
     if (!before) {
-        if (after) {
-            after->previous = nullptr;
-            Plinth::releaseCounted(node->next);
-        }
-        return {};
+        if (!after) return {};
+        after->previous = nullptr;
+        node->next = nullptr;
+        return Plinth::Ref<Node>::adopt(after);
     }
     // The predecessor's reference on `node` moves to the holder, and `node`'s reference on
     // `after` moves to the predecessor's link: no count changes.
@@ -172,7 +173,7 @@ Arbor::Node* Arbor::Node::insertPrepared(Node* newChild, Node* first, unsigned l
     if (fragment) return insertFragment(fragment, first, count);
 
     // The old parent, or the predecessor in a parentless chain, may be the node's only holder:
-    // keep it alive across the move.
+    // keep it alive across the move. The rest of a chain the node headed is kept as long.
     Plinth::Ref<Node> keep;
     if (Node* oldParent = newChild->parent) {
         keep = Plinth::Ref<Node>(newChild);

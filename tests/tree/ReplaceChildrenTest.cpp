@@ -4,6 +4,7 @@
 #include <climits>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 using ReplaceChildrenTest = HostTest;
@@ -181,6 +182,26 @@ TEST_F(ReplaceChildrenTest, FailedInsertionAfterUnpackOrRemoval)
     expectDomError(3, [&] { p->appendChild(d->firstChild()); });
     EXPECT_EQ(children(d.get()), "");
     EXPECT_EQ(liveHostObjects(), live - 1);
+}
+
+// A parentless chain n -> p, held by n alone: moving n into p cuts p loose, and p must last until
+// the call is done with it and its child o, then go (o stays only where n links it).
+TEST_F(ReplaceChildrenTest, ChainHeadMovedIntoTheNodeItHolds)
+{
+    const std::pair<std::function<void(Node*, Node*, Node*)>, long> cases[] = {
+        { [](Node* p, Node* n, Node* o) { p->replaceChild(n, o); }, -1 },
+        { [](Node* p, Node* n, Node* o) { p->insertBefore(n, o); }, 0 },
+    };
+    for (const auto& [call, change] : cases) {
+        Plinth::Ref<TestElement> d(document().makeElement("d"));
+        Plinth::Ref<Node> n(appendElement(d.get(), "n"));
+        TestElement* p = appendElement(d.get(), "p");
+        const long live = liveHostObjects();
+        d->replaceChildren(n.get(), 2, nullptr);
+        call(p, n.get(), appendElement(p, "o"));
+        EXPECT_EQ(liveHostObjects(), live + change) << "p is released, n held";
+        EXPECT_EQ(n->refCount, 1u);
+    }
 }
 
 // The raw replacement through replaceChildren on a detached parent: every shape of run and chain.

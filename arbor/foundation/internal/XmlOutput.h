@@ -9,6 +9,8 @@
 
 namespace Plinth {
 
+struct EscapeTable;
+
 /// Collects XML output in a buffer on the stack and hands it to a stream in large writes, so that
 /// a run of small items costs one stream operation instead of one each. The bytes reach the stream
 /// on `flush()`, when the buffer fills up and when the writer goes (also when an exception ends
@@ -98,6 +100,8 @@ protected:
 
 private:
     void putUtf16(const char16_t* text, bool attribute);
+    /// Appends `text` (UTF-16 or UTF-8) character by character through `table`.
+    template <class Unit> void putEscaped(const Unit* text, const EscapeTable& table);
 };
 
 } // namespace Plinth
