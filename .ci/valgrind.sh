@@ -15,7 +15,8 @@ for program in "$build"/tests/arbor_*_tests; do
     name=$(basename "$program")
     log="$build/valgrind-$name.log"
     start=$SECONDS
-    if valgrind --quiet --error-exitcode=99 --leak-check=full --show-leak-kinds=definite \
+    if valgrind --quiet --error-exitcode=99 --suppressions=.ci/valgrind.supp \
+        --leak-check=full --show-leak-kinds=definite \
         --errors-for-leak-kinds=definite --log-file="$log" \
         "$program" --gtest_brief=1 >/dev/null 2>&1; then
         printf '%-28s clean (%ds)\n' "$name" $((SECONDS - start))

@@ -10,6 +10,7 @@
 #include <cstring>
 #include <memory>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -192,11 +193,37 @@ BENCHMARK(BM_W3_RemoveFront_Arbor_Raw)->Apply(sizes);
 
 // W4 -------------------------------------------------------------------------------------------
 
-/// W4 input: `n` elements with two attributes and a text child with markup characters.
-void buildSerializeInput(Doc& doc, unsigned long n)
+/// The smallest element a host can write: a tag and nothing else (no attributes, the default
+/// `putAttributesXml`).
+class MinimalElement final : public Arbor::Element {
+public:
+    MinimalElement(Arbor::Document* document, Token tag)
+        : Element(document)
+        , tag(tag)
+    {
+    }
+    Node* cloneNode(bool) override { return new MinimalElement(document, tag); }
+    Token tagName() override { return tag; }
+    Arbor::Variant getAttribute(Token) override { return {}; }
+    bool hasAttribute(Token) override { return false; }
+    void setAttributeRaw(Token, const Arbor::Variant&) override { }
+    void removeAttributeRaw(Token) override { }
+
+private:
+    Token tag;
+};
+
+/// W4 input: `n` elements with two attributes and a text child with markup characters; with
+/// `minimal`, elements without attributes of the minimal host class.
+void buildSerializeInput(Doc& doc, unsigned long n, bool minimal = false)
 {
     NodeRef root(doc->createElement(tagRoot));
     for (unsigned long i = 0; i < n; ++i) {
+        if (minimal) {
+            Node* element = root->appendChild(new MinimalElement(doc.document.get(), tagE));
+            element->appendChild(doc->createTextNode(w4TextWide));
+            continue;
+        }
         Arbor::Element* element = doc->createElement(tagE);
         root->appendChild(element);
         element->setAttribute(attrId, Arbor::StringVariant(std::to_string(i).c_str()));
@@ -207,35 +234,85 @@ void buildSerializeInput(Doc& doc, unsigned long n)
     doc->clearUndoStack();
 }
 
-std::string serializeOnce(unsigned long n)
+std::string serializeOnce(unsigned long n, bool minimal = false)
 {
     Doc doc;
-    buildSerializeInput(doc, n);
+    buildSerializeInput(doc, n, minimal);
     StringSink sink;
     std::ostream os(&sink);
     doc->putXml(os);
     return sink.text();
 }
 
-void BM_W4_Serialize_Arbor(benchmark::State& state)
+/// W4 into the bench's memory sink, or with `ostringstream` into a `std::ostringstream`.
+void serialize(benchmark::State& state, bool minimal, bool ostringstream)
 {
     const unsigned long n = sizeArg(state);
-    const std::string once = serializeOnce(n);
-    if (countOccurrences(once, "</e>") != n || countOccurrences(once, "&lt;") != 2 * n
+    // The input is built first, on a heap no earlier tree has used, as the peers build theirs.
+    Doc doc;
+    buildSerializeInput(doc, n, minimal);
+    const std::string once = serializeOnce(n, minimal);
+    if (countOccurrences(once, "</e>") != n
+        || countOccurrences(once, "&lt;") != (minimal ? 1 : 2) * n
         || once.compare(0, 5, "<?xml") != 0)
         return state.SkipWithError("wrong output");
-    Doc doc;
-    buildSerializeInput(doc, n);
     StringSink sink(once.size() + 64);
     std::ostream os(&sink);
+    std::ostringstream string;
     for (auto _ : state) {
-        sink.rewind();
-        timed(state, [&] { doc->putXml(os); });
+        if (ostringstream) {
+            string.str(std::string());
+            timed(state, [&] { doc->putXml(string); });
+        } else {
+            sink.rewind();
+            timed(state, [&] { doc->putXml(os); });
+        }
     }
-    state.SetBytesProcessed(state.iterations() * static_cast<long>(sink.size()));
+    if ((ostringstream ? string.str() : sink.text()) != once)
+        return state.SkipWithError("output differs");
+    state.SetBytesProcessed(state.iterations() * static_cast<long>(once.size()));
     state.SetItemsProcessed(state.iterations() * static_cast<long>(n));
 }
+
+void BM_W4_Serialize_Arbor(benchmark::State& state) { serialize(state, false, false); }
 BENCHMARK(BM_W4_Serialize_Arbor)->Apply(sizes);
+void BM_W4_Serialize_Arbor_Ostream(benchmark::State& state) { serialize(state, false, true); }
+BENCHMARK(BM_W4_Serialize_Arbor_Ostream)->Apply(sizes);
+void BM_W4_Serialize_Arbor_Minimal(benchmark::State& state) { serialize(state, true, false); }
+BENCHMARK(BM_W4_Serialize_Arbor_Minimal)->Apply(sizes);
+void BM_W4_Serialize_Arbor_MinimalOstream(benchmark::State& state) { serialize(state, true, true); }
+BENCHMARK(BM_W4_Serialize_Arbor_MinimalOstream)->Apply(sizes);
+
+// Attribute lookup on one BasicElement with N attributes: every name once by getAttribute.
+void BM_AttributeLookup_Arbor(benchmark::State& state)
+{
+    const unsigned long n = sizeArg(state);
+    Doc doc;
+    NodeRef element(doc->createElement(tagE));
+    std::vector<Token> names;
+    for (unsigned long i = 0; i < n; ++i) {
+        names.emplace_back(("a" + std::to_string(i)).c_str());
+        element->asElement()->setAttribute(names.back(), Arbor::LongVariant(static_cast<long>(i)));
+    }
+    long sum = 0;
+    for (auto _ : state) {
+        timed(state, [&] {
+            for (const Token& name : names) {
+                const Arbor::Variant value = element->asElement()->getAttribute(name);
+                sum += value.dynamicCast(Arbor::LongVariant::runtimeClass()) != nullptr;
+            }
+        });
+    }
+    if (sum != static_cast<long>(state.iterations() * n))
+        return state.SkipWithError("attribute missing");
+    state.SetItemsProcessed(state.iterations() * static_cast<long>(n));
+}
+BENCHMARK(BM_AttributeLookup_Arbor)
+    ->Arg(2)
+    ->Arg(10)
+    ->Arg(1000)
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
 
 // The physical reference: copying as many bytes as Arbor writes.
 void BM_W4_Serialize_Memcpy(benchmark::State& state)

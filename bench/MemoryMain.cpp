@@ -177,7 +177,43 @@ Meter arbor(bool withText)
     return used;
 }
 
+/// W4's item: an element with two string attributes and a text child.
+Meter arborItems()
+{
+    const Arbor::Token tag("e"), id("id"), kind("kind");
+    Plinth::Ref<Arbor::BasicDocument> document(new Arbor::BasicDocument);
+    Plinth::Ref<Arbor::Node> root(document->createElement(Arbor::Token("root")));
+    Meter meter;
+    meter.start();
+    for (unsigned long i = 0; i < nodeCount; ++i) {
+        Arbor::Element* element = document->createElement(tag);
+        root->appendChild(element);
+        element->setAttribute(id, Arbor::StringVariant(std::to_string(i).c_str()));
+        element->setAttribute(kind, Arbor::StringVariant(w4Kind));
+        element->appendChild(document->createTextNode(w4TextWide));
+    }
+    const Meter used = meter.since();
+    root.reset();
+    document->tearDown();
+    return used;
+}
+
 #ifdef ARBOR_BENCH_HAVE_PUGIXML
+Meter pugixmlItems()
+{
+    pugi::xml_document doc;
+    pugi::xml_node root = doc.append_child("root");
+    Meter meter;
+    meter.start();
+    for (unsigned long i = 0; i < nodeCount; ++i) {
+        pugi::xml_node element = root.append_child("e");
+        element.append_attribute("id").set_value(std::to_string(i).c_str());
+        element.append_attribute("kind").set_value(w4Kind);
+        element.append_child(pugi::node_pcdata).set_value(w4Text);
+    }
+    return meter.since();
+}
+
 Meter pugixml(bool withText)
 {
     pugi::xml_document doc;
@@ -269,6 +305,14 @@ int main()
 #ifdef ARBOR_BENCH_HAVE_LIBXML2
     print({ "libxml2", libxml2(false), libxml2(true) });
 #endif
+    std::printf("\nW4 item (element, two attributes, text): Arbor (BasicElement) %.1f bytes, "
+                "%.2f allocations",
+        static_cast<double>(arborItems().bytes) / nodeCount,
+        static_cast<double>(arborItems().allocations) / nodeCount);
+#ifdef ARBOR_BENCH_HAVE_PUGIXML
+    std::printf("; pugixml %.1f bytes", static_cast<double>(pugixmlItems().bytes) / nodeCount);
+#endif
+    std::printf("\n");
     std::printf("\nsizeof: Arbor::BasicElement %zu, Arbor::Text %zu\n", sizeof(Arbor::BasicElement),
         sizeof(Arbor::Text));
 

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <memory>
 #include <pugixml.hpp>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -156,6 +157,23 @@ void BM_W4_Serialize_Pugixml(benchmark::State& state)
     state.SetItemsProcessed(state.iterations() * static_cast<long>(n));
 }
 BENCHMARK(BM_W4_Serialize_Pugixml)->Apply(sizes);
+
+// The same into a std::ostringstream, through pugixml's stream writer.
+void BM_W4_Serialize_Pugixml_Ostream(benchmark::State& state)
+{
+    const unsigned long n = sizeArg(state);
+    pugi::xml_document doc;
+    buildSerializeInput(doc, n);
+    std::ostringstream os;
+    for (auto _ : state) {
+        os.str(std::string());
+        timed(state, [&] { doc.save(os, "", pugi::format_raw); });
+    }
+    if (countOccurrences(os.str(), "</e>") != n) return state.SkipWithError("wrong output");
+    state.SetBytesProcessed(state.iterations() * static_cast<long>(os.str().size()));
+    state.SetItemsProcessed(state.iterations() * static_cast<long>(n));
+}
+BENCHMARK(BM_W4_Serialize_Pugixml_Ostream)->Apply(sizes);
 
 // pugixml has no insert operation on text: the new value is composed and set.
 void editText(pugi::xml_node text, const std::vector<unsigned long>& offsets, std::string& scratch)

@@ -3,6 +3,7 @@
 #include "arbor/document/DocumentMisc.h"
 #include "arbor/foundation/Ref.h"
 #include "arbor/tree/BasicElement.h"
+#include "arbor/tree/TreeOutput.h"
 
 #include <ostream>
 
@@ -30,11 +31,22 @@ Arbor::BasicDocument::~BasicDocument()
 
 std::ostream& Arbor::BasicDocument::putXml(std::ostream& os)
 {
-    os << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
-    prologItems->putXml(os);
-    if (Node* element = firstChild()) element->putXml(os);
-    epilogItems->putXml(os);
-    return os << '\n';
+    // One buffered output for the whole document; the prolog items stand each on a line of their
+    // own before the document element, the epilog items each on a new line after it.
+    TreeOutput out(os);
+    out.put("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n", 39);
+    for (Node* item = prologItems->firstChild(); item; item = item->nextSibling()) {
+        out.putNode(item);
+        out.put('\n');
+    }
+    if (Node* element = firstChild()) out.putNode(element);
+    for (Node* item = epilogItems->firstChild(); item; item = item->nextSibling()) {
+        out.put('\n');
+        out.putNode(item);
+    }
+    out.put('\n');
+    out.flush();
+    return os;
 }
 
 Arbor::Element* Arbor::BasicDocument::createElement(Token tagName)

@@ -10,22 +10,14 @@
 #include "arbor/tree/ChainRelease.h"
 #include "arbor/tree/DocumentFragment.h"
 #include "arbor/tree/Text.h"
+#include "arbor/tree/TreeOutput.h"
 #include "arbor/values/NodeNames.h"
 
 #include <ostream>
 
-Arbor::DocumentPin::DocumentPin(Document* document)
-    : document(document)
+// The outermost pin found the document released meanwhile.
+void Arbor::DocumentPin::release()
 {
-    if (document->pinDepth++ == 0) {
-        document->heldWhenPinned = document->refCount != 0;
-        document->releasedWhilePinned = false;
-    }
-}
-
-Arbor::DocumentPin::~DocumentPin()
-{
-    if (--document->pinDepth != 0 || !document->releasedWhilePinned) return;
     document->releasedWhilePinned = false;
     if (document->heldWhenPinned && document->refCount == 0)
         document->Plinth::RefCounted<Plinth::IResource>::unref();
@@ -85,9 +77,11 @@ Arbor::Token Arbor::Document::nodeName() { return tok_document; }
 
 std::ostream& Arbor::Document::putXml(std::ostream& os)
 {
-    os.write("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n", 39);
-    if (Node* element = firstChild()) element->putXml(os);
-    os.put('\n');
+    TreeOutput out(os);
+    out.put("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n", 39);
+    if (Node* element = firstChild()) out.putNode(element);
+    out.put('\n');
+    out.flush();
     return os;
 }
 

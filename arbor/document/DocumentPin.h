@@ -13,13 +13,26 @@ namespace Arbor {
 /// holder, the host, still has it. The count hosts see is never changed by a pin.
 class DocumentPin {
 public:
-    explicit DocumentPin(Document* document);
-    ~DocumentPin();
+    explicit DocumentPin(Document* document)
+        : document(document)
+    {
+        if (document->pinDepth++ == 0) {
+            document->heldWhenPinned = document->refCount != 0;
+            document->releasedWhilePinned = false;
+        }
+    }
+    ~DocumentPin()
+    {
+        if (--document->pinDepth != 0 || !document->releasedWhilePinned) return;
+        release();
+    }
     DocumentPin(const DocumentPin&) = delete;
     DocumentPin& operator=(const DocumentPin&) = delete;
 
 private:
     Document* document;
+
+    void release();
 };
 
 } // namespace Arbor

@@ -9,11 +9,11 @@ namespace {
 // UTF-8 of U+FFFD, written for every code unit XML cannot carry.
 constexpr char replacement[] = "\xEF\xBF\xBD";
 
-// How each ASCII unit is written: null for "as it is", else the text that replaces it. Controls
-// XML cannot carry become the replacement character.
+// How each ASCII unit is written: a length of 0 for "as it is", else the text that replaces it,
+// padded to 8 bytes so that writing one is a single fixed-size copy. Controls XML cannot carry
+// become the replacement character.
 struct EscapeTable {
-    const char* escapes[128];
-    // The length of each escape, so that writing one needs no strlen.
+    char escapes[128][8];
     unsigned char lengths[128];
 
     constexpr explicit EscapeTable(bool attribute)
@@ -21,152 +21,170 @@ struct EscapeTable {
         , lengths {}
     {
         for (unsigned c = 0; c < 0x20; ++c)
-            escapes[c] = replacement;
-        set('\t', attribute ? "&#9;" : nullptr);
-        set('\n', attribute ? "&#10;" : nullptr);
+            set(c, replacement);
+        if (attribute) {
+            set('\t', "&#9;");
+            set('\n', "&#10;");
+            set('"', "&quot;");
+        } else {
+            lengths[static_cast<unsigned char>('\t')] = 0;
+            lengths[static_cast<unsigned char>('\n')] = 0;
+        }
         set('\r', "&#13;");
         set('&', "&amp;");
         set('<', "&lt;");
         set('>', "&gt;");
-        set('"', attribute ? "&quot;" : nullptr);
-        for (unsigned c = 0; c < 128; ++c) {
-            for (const char* text = escapes[c]; text && *text; ++text)
-                ++lengths[c];
-        }
     }
 
-    constexpr void set(char c, const char* text) { escapes[static_cast<unsigned char>(c)] = text; }
+    constexpr void set(unsigned c, const char* text)
+    {
+        unsigned char length = 0;
+        for (; text[length]; ++length)
+            escapes[c][length] = text[length];
+        lengths[c] = length;
+    }
 };
 
 constexpr EscapeTable textEscapes(false);
 constexpr EscapeTable attributeEscapes(true);
 
-// The character-data writer: the buffered output with item-sized steps and runs copied straight
-// into the buffer. Unlike a bare XmlOutput it hands what it holds to the stream when it goes.
-class Writer : public Plinth::XmlOutput {
-public:
-    using XmlOutput::XmlOutput;
-    ~Writer() { flush(); }
+// Room for the longest single item: an escape ("&quot;") or a 4-byte sequence.
+constexpr std::size_t longestItem = 8;
 
-    // Room for the longest single item: an escape ("&quot;") or a 4-byte sequence.
-    static constexpr std::size_t longestItem = 8;
-
-    void reserveItem()
-    {
-        if (used + longestItem > sizeof(buffer)) flush();
+// Writes one scalar value at or above U+0080 as UTF-8 at `out`; returns the end.
+char* putScalar(char* out, char32_t c)
+{
+    if (c < 0x800) {
+        *out++ = static_cast<char>(0xC0 | (c >> 6));
+    } else if (c < 0x10000) {
+        *out++ = static_cast<char>(0xE0 | (c >> 12));
+        *out++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+    } else {
+        *out++ = static_cast<char>(0xF0 | (c >> 18));
+        *out++ = static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+        *out++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
     }
-
-    void putEscape(const char* text, std::size_t bytes)
-    {
-        std::memcpy(buffer + used, text, bytes);
-        used += bytes;
-    }
-
-    void putByte(unsigned value) { buffer[used++] = static_cast<char>(value); }
-
-    // Writes one scalar value at or above U+0080 as UTF-8.
-    void putScalar(char32_t c)
-    {
-        if (c < 0x800) {
-            putByte(0xC0 | (c >> 6));
-        } else if (c < 0x10000) {
-            putByte(0xE0 | (c >> 12));
-            putByte(0x80 | ((c >> 6) & 0x3F));
-        } else {
-            putByte(0xF0 | (c >> 18));
-            putByte(0x80 | ((c >> 12) & 0x3F));
-            putByte(0x80 | ((c >> 6) & 0x3F));
-        }
-        putByte(0x80 | (c & 0x3F));
-    }
-
-    // Copies the units of `text` from `i` on that are ASCII and need no escape, as far as the
-    // buffer allows; returns the index of the first unit not copied.
-    std::size_t copyAsciiRun(const char16_t* text, std::size_t i, const EscapeTable& table)
-    {
-        while (used < sizeof(buffer)) {
-            const char16_t c = text[i];
-            if (c == 0 || c >= 0x80 || table.escapes[c]) break;
-            buffer[used++] = static_cast<char>(c);
-            ++i;
-        }
-        return i;
-    }
-};
+    *out++ = static_cast<char>(0x80 | (c & 0x3F));
+    return out;
+}
 
 bool isLeadSurrogate(char16_t c) { return c >= 0xD800 && c <= 0xDBFF; }
 bool isTrailSurrogate(char16_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
 
-// Writes the unit at `i` (above U+007F), with its trail if it leads a pair; returns the index of
-// the next unit.
-std::size_t putNonAscii(Writer& out, const char16_t* text, std::size_t i)
+// Writes the unit at `text[i]` (above U+007F), with its trail if it leads a pair, at `out`;
+// advances `i` past it and returns the end.
+char* putNonAscii(char* out, const char16_t* text, std::size_t& i)
 {
     const char16_t c = text[i];
     if (isLeadSurrogate(c) && isTrailSurrogate(text[i + 1])) {
-        out.putScalar(0x10000 + ((char32_t(c) - 0xD800) << 10) + (char32_t(text[i + 1]) - 0xDC00));
-        return i + 2;
+        i += 2;
+        return putScalar(
+            out, 0x10000 + ((char32_t(c) - 0xD800) << 10) + (char32_t(text[i - 1]) - 0xDC00));
     }
-    if (isLeadSurrogate(c) || isTrailSurrogate(c) || c == 0xFFFE || c == 0xFFFF)
-        out.putEscape(replacement, sizeof replacement - 1);
-    else
-        out.putScalar(c);
-    return i + 1;
-}
-
-std::ostream& putUtf16(std::ostream& os, const char16_t* text, const EscapeTable& table)
-{
-    if (!text) return os;
-    Writer out(os);
-    std::size_t i = 0;
-    for (;;) {
-        i = out.copyAsciiRun(text, i, table);
-        out.reserveItem();
-        const char16_t c = text[i];
-        if (c == 0) break;
-        if (c >= 0x80) {
-            i = putNonAscii(out, text, i);
-            continue;
-        }
-        if (table.escapes[c])
-            out.putEscape(table.escapes[c], table.lengths[c]);
-        else
-            out.putByte(c); // the run stopped only because the buffer was full
-        ++i;
+    ++i;
+    if (isLeadSurrogate(c) || isTrailSurrogate(c) || c == 0xFFFE || c == 0xFFFF) {
+        std::memcpy(out, replacement, sizeof replacement - 1);
+        return out + sizeof replacement - 1;
     }
-    return os;
+    return putScalar(out, c);
 }
 
 } // namespace
 
 std::ostream& Plinth::putCData(std::ostream& os, const char16_t* text)
 {
-    return putUtf16(os, text, textEscapes);
+    if (!text) return os;
+    XmlOutput out(os);
+    out.putCharacterData(text);
+    out.flush();
+    return os;
 }
 
 std::ostream& Plinth::putAttributeData(std::ostream& os, const char16_t* text)
 {
-    return putUtf16(os, text, attributeEscapes);
+    if (!text) return os;
+    XmlOutput out(os);
+    out.putAttributeData(text);
+    out.flush();
+    return os;
 }
 
 std::ostream& Plinth::putAttributeData(std::ostream& os, const char* bytes)
 {
+    if (!bytes) return os;
     XmlOutput out(os);
     out.putAttributeData(bytes);
     out.flush();
     return os;
 }
 
+// Both writers keep the fill level in a local: stores into the buffer could otherwise alias it and
+// force a reload per byte.
+
+void Plinth::XmlOutput::putUtf16(const char16_t* text, bool attribute)
+{
+    if (!text) return;
+    const EscapeTable& table = attribute ? attributeEscapes : textEscapes;
+    std::size_t at = used;
+    for (;;) {
+        // The run of units that are ASCII and need no escape, as far as the buffer allows.
+        while (at < sizeof buffer) {
+            const char16_t c = *text;
+            if (c == 0 || c >= 0x80 || table.lengths[c]) break;
+            buffer[at++] = static_cast<char>(c);
+            ++text;
+        }
+        if (at + longestItem > sizeof buffer) {
+            used = at;
+            flush();
+            at = 0;
+        }
+        const char16_t c = *text;
+        if (c == 0) break;
+        if (c >= 0x80) {
+            std::size_t i = 0;
+            at = static_cast<std::size_t>(putNonAscii(buffer + at, text, i) - buffer);
+            text += i;
+            continue;
+        }
+        if (table.lengths[c]) {
+            std::memcpy(buffer + at, table.escapes[c], longestItem);
+            at += table.lengths[c];
+        } else {
+            buffer[at++] = static_cast<char>(c); // the run stopped because the buffer was full
+        }
+        ++text;
+    }
+    used = at;
+}
+
 void Plinth::XmlOutput::putAttributeData(const char* bytes)
 {
     if (!bytes) return;
-    // Runs of bytes that need no escape are copied with one append each.
-    const char* run = bytes;
-    for (const char* at = bytes;; ++at) {
-        const unsigned char c = static_cast<unsigned char>(*at);
-        if (c != 0 && (c >= 0x80 || !attributeEscapes.escapes[c])) continue;
-        put(run, static_cast<std::size_t>(at - run));
-        if (c == 0) return;
-        put(attributeEscapes.escapes[c], attributeEscapes.lengths[c]);
-        run = at + 1;
+    const EscapeTable& table = attributeEscapes;
+    std::size_t at = used;
+    for (;;) {
+        // The run of bytes that need no escape, as far as the buffer allows.
+        while (at < sizeof buffer) {
+            const unsigned char c = static_cast<unsigned char>(*bytes);
+            if (c == 0 || (c < 0x80 && table.lengths[c])) break;
+            buffer[at++] = static_cast<char>(c);
+            ++bytes;
+        }
+        if (at + longestItem > sizeof buffer) {
+            used = at;
+            flush();
+            at = 0;
+        }
+        const unsigned char c = static_cast<unsigned char>(*bytes);
+        if (c == 0) break;
+        if (c < 0x80 && table.lengths[c]) {
+            std::memcpy(buffer + at, table.escapes[c], longestItem);
+            at += table.lengths[c];
+        } else {
+            buffer[at++] = static_cast<char>(c); // the run stopped because the buffer was full
+        }
+        ++bytes;
     }
+    used = at;
 }

@@ -57,6 +57,7 @@ void Arbor::RangeList::afterBatchChanges()
 
 void Arbor::RangeList::onEvent(DomEvent& event)
 {
+    if (!first) return; // no range to keep up to date
     if (event.type == tok_BeforeReplaceChildren)
         followChildren(event);
     else if (event.type == tok_BeforeReplaceText)

@@ -6,15 +6,24 @@
 
 #include <algorithm>
 #include <charconv>
+#include <cstdint>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <ostream>
 
 namespace {
 
-// Up to this many attributes a linear scan over the interned name pointers beats hashing; above
-// it the index holds the position of every attribute.
-constexpr unsigned long indexThreshold = 8;
+using Entry = std::pair<Arbor::Token, Arbor::Variant>;
+
+// Up to this many places a linear scan over the interned name pointers beats hashing; larger
+// blocks carry a hash index.
+constexpr std::uint32_t indexFrom = 16;
+
+// The value class of a removed attribute's place: nothing to release, copy or compare.
+Arbor::VariantClass removedPlace = { nullptr, nullptr, nullptr, nullptr };
+
+bool isRemoved(const Entry& entry) { return entry.second.variantClass() == &removedPlace; }
 
 template <class T> void appendNumber(std::string& out, T value)
 {
@@ -43,15 +52,100 @@ const char* valueBytes(const Arbor::Variant& value)
     return nullptr;
 }
 
+std::uint32_t hashName(const char* name)
+{
+    const auto bits = static_cast<std::uint64_t>(reinterpret_cast<std::uintptr_t>(name));
+    return static_cast<std::uint32_t>(((bits >> 3) * 0x9E3779B97F4A7C15ULL) >> 32);
+}
+
+} // namespace
+
+// The attribute block: a header, then the places in order (attributes and removed names' places),
+// then, from `indexFrom` places of capacity on, a hash table of twice the capacity whose slots
+// hold a place's position plus one (0: free). Places are only ever appended, so the table only
+// ever gains entries.
+struct Arbor::BasicElement::Store {
+    /// Places in use.
+    std::uint32_t used;
+    /// Removed names' places among them.
+    std::uint32_t removed;
+
+    /// Capacity of a block holding `count` places: 2, then powers of two.
+    static std::uint32_t capacityFor(std::uint32_t count)
+    {
+        return count <= 2 ? 2 : std::uint32_t(1) << (32 - __builtin_clz(count - 1));
+    }
+    std::uint32_t capacity() const { return capacityFor(used); }
+    Entry* entries() { return reinterpret_cast<Entry*>(this + 1); }
+    const Entry* entries() const { return reinterpret_cast<const Entry*>(this + 1); }
+    std::uint32_t* table(std::uint32_t capacity)
+    {
+        return reinterpret_cast<std::uint32_t*>(entries() + capacity);
+    }
+
+    /// An empty block with room for `capacity` places.
+    static Store* make(std::uint32_t capacity)
+    {
+        std::size_t bytes = sizeof(Store) + capacity * sizeof(Entry);
+        if (capacity >= indexFrom) bytes += 2 * capacity * sizeof(std::uint32_t);
+        auto* store = static_cast<Store*>(::operator new(bytes));
+        store->used = 0;
+        store->removed = 0;
+        if (capacity >= indexFrom)
+            std::memset(store->table(capacity), 0, 2 * capacity * sizeof(std::uint32_t));
+        return store;
+    }
+
+    static void destroy(Store* store)
+    {
+        Entry* entries = store->entries();
+        for (std::uint32_t i = 0; i < store->used; ++i)
+            entries[i].~Entry();
+        ::operator delete(store);
+    }
+
+    /// Records the place at `position` in the hash table of a block of `capacity`.
+    void enter(std::uint32_t capacity, std::uint32_t position)
+    {
+        const std::uint32_t mask = 2 * capacity - 1;
+        std::uint32_t* slots = table(capacity);
+        std::uint32_t at = hashName(entries()[position].first.name) & mask;
+        while (slots[at])
+            at = (at + 1) & mask;
+        slots[at] = position + 1;
+    }
+
+    /// The place of `name`, removed or not; null if the name never came.
+    Entry* place(const char* name)
+    {
+        Entry* all = entries();
+        const std::uint32_t capacity = this->capacity();
+        if (capacity < indexFrom) {
+            for (std::uint32_t i = 0; i < used; ++i) {
+                if (all[i].first.name == name) return all + i;
+            }
+            return nullptr;
+        }
+        const std::uint32_t mask = 2 * capacity - 1;
+        const std::uint32_t* slots = table(capacity);
+        for (std::uint32_t at = hashName(name) & mask; slots[at]; at = (at + 1) & mask) {
+            if (all[slots[at] - 1].first.name == name) return all + slots[at] - 1;
+        }
+        return nullptr;
+    }
+};
+
+namespace {
+
 // The attributes item by item through the stream's own operators (which honour a field width).
-std::ostream& putAttributesItemwise(
-    std::ostream& os, const std::vector<std::pair<Arbor::Token, Arbor::Variant>>& attributes)
+std::ostream& putAttributesItemwise(std::ostream& os, const Entry* entries, std::uint32_t count)
 {
     std::string text;
-    for (const auto& attribute : attributes) {
-        os << ' ' << attribute.first.name << "=\"";
+    for (const Entry* attribute = entries; attribute != entries + count; ++attribute) {
+        if (isRemoved(*attribute)) continue;
+        os << ' ' << attribute->first.name << "=\"";
         text.clear();
-        Arbor::BasicElement::appendValueText(text, attribute.second);
+        Arbor::BasicElement::appendValueText(text, attribute->second);
         Plinth::putAttributeData(os, text.c_str());
         os << '"';
     }
@@ -66,17 +160,23 @@ Arbor::BasicElement::BasicElement(Document* document, Token tag)
 {
 }
 
-Arbor::BasicElement::~BasicElement() = default;
+Arbor::BasicElement::~BasicElement()
+{
+    if (store) Store::destroy(store);
+}
 
 Arbor::Node* Arbor::BasicElement::cloneNode(bool deep)
 {
     // The copy has count 0 and belongs to the caller; until it is handed out, a failure while
-    // copying the children deletes it together with the copies made so far.
+    // copying the children deletes it together with the copies made so far. It keeps the
+    // attributes in their order, without the places of removed names.
     std::unique_ptr<BasicElement> copy(new BasicElement(document, tag));
-    copy->attributes = attributes;
-    copy->places = places;
-    copy->nextPlace = nextPlace;
-    copy->index = index;
+    if (store) {
+        const Entry* entries = store->entries();
+        for (std::uint32_t i = 0; i < store->used; ++i) {
+            if (!isRemoved(entries[i])) copy->setAttributeRaw(entries[i].first, entries[i].second);
+        }
+    }
     if (deep) cloneChildren(copy.get());
     return copy.release();
 }
@@ -85,86 +185,113 @@ Arbor::Token Arbor::BasicElement::tagName() { return tag; }
 
 Arbor::Variant Arbor::BasicElement::getAttribute(Token name)
 {
-    long at = find(name);
-    return at < 0 ? Variant() : attributes[at].second;
+    const Entry* at = find(name);
+    return at ? at->second : Variant();
 }
 
-bool Arbor::BasicElement::hasAttribute(Token name) { return find(name) >= 0; }
+bool Arbor::BasicElement::hasAttribute(Token name) { return find(name) != nullptr; }
 
 void Arbor::BasicElement::setAttributeRaw(Token name, const Variant& value)
 {
-    long at = find(name);
-    if (at >= 0) {
-        attributes[at].second = value; // copies first: a failed copy keeps the old value
+    if (!store) store = Store::make(Store::capacityFor(1));
+    if (Entry* at = store->place(name.name)) {
+        const bool wasRemoved = isRemoved(*at);
+        at->second = value; // copies first: a failed copy keeps the old value (or the place)
+        if (wasRemoved) --store->removed;
         return;
     }
-    const auto former = formerPlaces.find(name.name);
-    const unsigned long place = former != formerPlaces.end() ? former->second : nextPlace;
-    const long position = std::lower_bound(places.begin(), places.end(), place) - places.begin();
-    attributes.emplace(attributes.begin() + position, name, value);
-    // Keep the store, the places and the index in step: if one cannot grow, the new attribute
-    // is taken back out.
-    try {
-        places.insert(places.begin() + position, place);
-        if (attributes.size() > indexThreshold) rebuildIndex();
-    } catch (...) {
-        attributes.erase(attributes.begin() + position);
-        if (places.size() > attributes.size()) places.erase(places.begin() + position);
-        throw;
+    // A new name goes at the end; a full block moves to one twice its size first.
+    std::uint32_t capacity = store->capacity();
+    if (store->used == capacity) {
+        if (capacity >= std::uint32_t(1) << 30) throw std::bad_alloc();
+        capacity *= 2;
+        Store* grown = Store::make(capacity);
+        Entry* from = store->entries();
+        Entry* to = grown->entries();
+        try {
+            for (; grown->used < store->used; ++grown->used)
+                new (to + grown->used) Entry(from[grown->used]);
+        } catch (...) {
+            Store::destroy(grown);
+            throw;
+        }
+        grown->removed = store->removed;
+        if (capacity >= indexFrom) {
+            for (std::uint32_t i = 0; i < grown->used; ++i)
+                grown->enter(capacity, i);
+        }
+        Store::destroy(store);
+        store = grown;
     }
-    if (former != formerPlaces.end())
-        formerPlaces.erase(former);
-    else
-        ++nextPlace;
+    new (store->entries() + store->used) Entry(name, value);
+    if (capacity >= indexFrom) store->enter(capacity, store->used);
+    ++store->used;
 }
 
 void Arbor::BasicElement::removeAttributeRaw(Token name)
 {
-    long at = find(name);
-    if (at < 0) return;
-    formerPlaces[name.name] = places[at];
-    attributes.erase(attributes.begin() + at);
-    places.erase(places.begin() + at);
-    if (attributes.size() <= indexThreshold) {
-        index.clear();
-        return;
-    }
-    index.erase(name.name);
-    for (auto& entry : index) {
-        if (entry.second > static_cast<unsigned long>(at)) --entry.second;
+    Entry* at = find(name);
+    if (!at) return;
+    // The name keeps its place, marked removed, so that setting it again puts it back there.
+    at->second = Variant(&removedPlace);
+    ++store->removed;
+}
+
+unsigned long Arbor::BasicElement::attributeCount() const
+{
+    return store ? store->used - store->removed : 0;
+}
+
+const std::pair<Arbor::Token, Arbor::Variant>& Arbor::BasicElement::attributeAt(
+    unsigned long index) const
+{
+    const Entry* entries = store->entries();
+    if (store->removed == 0) return entries[index];
+    for (const Entry* entry = entries;; ++entry) {
+        if (!isRemoved(*entry) && index-- == 0) return *entry;
     }
 }
 
 std::ostream& Arbor::BasicElement::putAttributesXml(std::ostream& os)
 {
-    if (attributes.empty()) return os;
+    if (attributeCount() == 0) return os;
     // A field width pads the first item written with `<<`: keep exactly that behaviour.
-    if (os.width() != 0) return putAttributesItemwise(os, attributes);
+    if (os.width() != 0) return putAttributesItemwise(os, store->entries(), store->used);
     // The whole list is composed in one buffer and handed to the stream in one write.
     Plinth::XmlOutput out(os);
+    putAttributes(out);
+    out.flush();
+    return os;
+}
+
+void Arbor::BasicElement::putAttributes(Plinth::XmlOutput& out) const
+{
+    if (!store) return;
     std::string text;
-    for (const auto& attribute : attributes) {
-        const char* name = attribute.first.name;
+    const Entry* entries = store->entries();
+    for (const Entry* attribute = entries; attribute != entries + store->used; ++attribute) {
+        if (const char* bytes = valueBytes(attribute->second)) __builtin_prefetch(bytes);
+    }
+    for (const Entry* attribute = entries; attribute != entries + store->used; ++attribute) {
+        if (isRemoved(*attribute)) continue;
+        const char* name = attribute->first.name;
         out.put(' ');
         if (!name) {
             // As streaming a null name does: what came before is written, then the stream fails.
-            out.flush();
-            os.setstate(std::ios::badbit);
-            return os;
+            out.fail();
+            return;
         }
-        out.put(name, std::strlen(name));
+        out.putString(name);
         out.put("=\"", 2);
-        if (const char* bytes = valueBytes(attribute.second)) {
+        if (const char* bytes = valueBytes(attribute->second)) {
             out.putAttributeData(bytes);
         } else {
             text.clear();
-            appendValueText(text, attribute.second);
+            appendValueText(text, attribute->second);
             out.putAttributeData(text.c_str());
         }
         out.put('"');
     }
-    out.flush();
-    return os;
 }
 
 void Arbor::BasicElement::appendValueText(std::string& out, const Variant& value)
@@ -189,24 +316,9 @@ void Arbor::BasicElement::appendValueText(std::string& out, const Variant& value
         appendBytes(out, v->val().name);
 }
 
-long Arbor::BasicElement::find(Token name) const
+std::pair<Arbor::Token, Arbor::Variant>* Arbor::BasicElement::find(Token name) const
 {
-    if (attributes.size() > indexThreshold) {
-        auto found = index.find(name.name);
-        return found == index.end() ? -1 : static_cast<long>(found->second);
-    }
-    for (unsigned long i = 0; i < attributes.size(); ++i) {
-        if (attributes[i].first.name == name.name) return static_cast<long>(i);
-    }
-    return -1;
-}
-
-void Arbor::BasicElement::rebuildIndex()
-{
-    // Built aside and swapped in, so a failed allocation leaves the old index whole.
-    std::unordered_map<const char*, unsigned long> built;
-    built.reserve(attributes.size());
-    for (unsigned long i = 0; i < attributes.size(); ++i)
-        built.emplace(attributes[i].first.name, i);
-    index.swap(built);
+    if (!store) return nullptr;
+    Entry* at = store->place(name.name);
+    return at && !isRemoved(*at) ? at : nullptr;
 }

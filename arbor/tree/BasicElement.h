@@ -4,11 +4,15 @@
 #include "arbor/tree/Element.h"
 
 #include <string>
-#include <unordered_map>
 #include <utility>
-#include <vector>
+
+namespace Plinth {
+class XmlOutput;
+}
 
 namespace Arbor {
+
+class TreeOutput;
 
 /// A ready-made element: its tag is fixed at construction and its attributes are kept in
 /// insertion order with a lookup index, so hosts that need no element class of their own can use
@@ -22,6 +26,12 @@ namespace Arbor {
 /// Overwriting an attribute keeps its place, and so does removing it: a name set again after its
 /// removal goes back to the place it had among the others, while a name never set on this element
 /// goes at the end. Undoing and redoing changes therefore restores the exact order.
+///
+/// Memory: an element without attributes is the node and its tag. The first attribute makes one
+/// heap block that holds every attribute (name and value, 32 bytes each) after an 8-byte header
+/// and grows by doubling; from 16 places on it also holds a hash index of 8 bytes per place. A
+/// removed attribute keeps its place in the block (so that its name can come back there), and
+/// only removals cost such places; a copy made by `cloneNode` keeps no removed places.
 class ARBOR_API BasicElement : public Element {
 public:
     /// An element of `document` named `tag`, count 0, no attributes.
@@ -41,31 +51,25 @@ public:
     std::ostream& putAttributesXml(std::ostream& os) override;
 
     /// Number of attributes.
-    unsigned long attributeCount() const { return attributes.size(); }
-    /// Name and value of the attribute at `index` in insertion order.
-    const std::pair<Token, Variant>& attributeAt(unsigned long index) const
-    {
-        return attributes[index];
-    }
+    unsigned long attributeCount() const;
+    /// Name and value of the attribute at `index` (below `attributeCount()`) in insertion order.
+    const std::pair<Token, Variant>& attributeAt(unsigned long index) const;
 
     /// Writes `value` as attribute text (unescaped UTF-8), as `putAttributesXml` does before
     /// escaping.
     static void appendValueText(std::string& out, const Variant& value);
 
 private:
-    Token tag;
-    std::vector<std::pair<Token, Variant>> attributes;
-    /// Index by name, built once the element holds many attributes.
-    std::unordered_map<const char*, unsigned long> index;
-    /// Place of each attribute in `attributes`, ascending: the order in which names first came.
-    std::vector<unsigned long> places;
-    /// Places of the removed names, kept for their return.
-    std::unordered_map<const char*, unsigned long> formerPlaces;
-    /// Place of the next name never seen on this element.
-    unsigned long nextPlace = 0;
+    friend class TreeOutput;
+    struct Store;
 
-    long find(Token name) const;
-    void rebuildIndex();
+    Token tag;
+    /// The attribute block; null until the first attribute is set.
+    Store* store = nullptr;
+
+    std::pair<Token, Variant>* find(Token name) const;
+    /// Writes ` name="value"` for every attribute into `out`.
+    void putAttributes(Plinth::XmlOutput& out) const;
 };
 
 } // namespace Arbor

@@ -2,23 +2,10 @@
 
 #include "arbor/document/Document.h"
 #include "arbor/tree/DomException.h"
+#include "arbor/tree/TreeOutput.h"
 #include "arbor/undo/AttributeOperation.h"
 
-#include <cstring>
 #include <ostream>
-
-namespace {
-
-std::ostream& putName(std::ostream& os, Arbor::Token name)
-{
-    if (!name.name) {
-        os.setstate(std::ios::badbit); // as streaming a null narrow string does
-        return os;
-    }
-    return os.write(name.name, static_cast<std::streamsize>(std::strlen(name.name)));
-}
-
-} // namespace
 
 Arbor::Element::Element(Document* document)
     : InnerNode(document)
@@ -35,35 +22,9 @@ Arbor::Element* Arbor::Element::asElement() { return this; }
 
 std::ostream& Arbor::Element::putXml(std::ostream& os)
 {
-    const Token name = nodeName();
-    // The start of the start tag and the whole end tag each go out in one write when the name
-    // is short (it nearly always is), instead of one write per piece.
-    char tag[64];
-    const std::size_t length = name.name ? std::strlen(name.name) : sizeof tag;
-    const bool composed = length + 3 <= sizeof tag;
-    if (composed) {
-        tag[0] = '<';
-        std::memcpy(tag + 1, name.name, length);
-        os.write(tag, static_cast<std::streamsize>(length + 1));
-    } else {
-        os.put('<');
-        putName(os, name);
-    }
-    putAttributesXml(os);
-    os.put('>');
-    for (Node* child = firstChild(); child; child = child->next)
-        child->putXml(os);
-    if (composed) {
-        tag[0] = '<';
-        tag[1] = '/';
-        std::memcpy(tag + 2, name.name, length);
-        tag[length + 2] = '>';
-        os.write(tag, static_cast<std::streamsize>(length + 3));
-    } else {
-        os.write("</", 2);
-        putName(os, name);
-        os.put('>');
-    }
+    TreeOutput out(os);
+    out.putElement(this);
+    out.flush();
     return os;
 }
 
@@ -77,7 +38,8 @@ void Arbor::Element::setAttribute(Token name, const Variant& value)
     if (!maySetAttribute(name, value)) throw DomException(DomException::HIERARCHY_REQUEST_ERR);
 
     if (isDocumentChild())
-        document->doModelOperation(new SetAttributeOperation(document, this, name, value));
+        document->doModelOperation(
+            new (document) SetAttributeOperation(document, this, name, value));
     else
         setAttributeRaw(name, value);
 }
@@ -89,7 +51,7 @@ void Arbor::Element::removeAttribute(Token name)
     if (!mayRemoveAttribute(name)) throw DomException(DomException::HIERARCHY_REQUEST_ERR);
 
     if (isDocumentChild())
-        document->doModelOperation(new RemoveAttributeOperation(document, this, name));
+        document->doModelOperation(new (document) RemoveAttributeOperation(document, this, name));
     else
         removeAttributeRaw(name);
 }

@@ -127,7 +127,7 @@ void Arbor::Node::replaceChildren(Node* first, unsigned long count, Node* newChi
 
     if (isDocumentChild())
         document->doModelOperation(
-            new ReplaceChildrenOperation(document, this, first, count, newChild));
+            new (document) ReplaceChildrenOperation(document, this, first, count, newChild));
     else
         replaceChildrenRaw(first, count, newChild);
 }

@@ -24,6 +24,8 @@ unsigned long clipCount(unsigned long length, unsigned long offset, unsigned lon
     return count < rest ? count : rest;
 }
 
+thread_local unsigned long textEdits = 0;
+
 char16_t* allocateUnits(unsigned long units)
 {
     void* memory = std::malloc(units * sizeof(char16_t));
@@ -87,17 +89,28 @@ char16_t* Arbor::Text::substringData(unsigned long offset, unsigned long count)
 
 void Arbor::Text::replaceData(unsigned long offset, unsigned long count, const char16_t* newData)
 {
-    if (offset > length()) throw DomException(DomException::INDEX_SIZE_ERR);
+    // Measured once: the text may be long. The length stays good unless a hook below edits text.
+    const unsigned long len = length();
+    const unsigned long editsSeen = textEdits;
+    if (offset > len) throw DomException(DomException::INDEX_SIZE_ERR);
     if (readOnly()) throw DomException(DomException::NO_MODIFICATION_ALLOWED_ERR);
     if (!mayReplaceData(offset, count, newData))
         throw DomException(DomException::HIERARCHY_REQUEST_ERR);
+    const bool measured = textEdits == editsSeen;
 
-    if (isDocumentChild())
-        document->doModelOperation(
-            new ReplaceTextOperation(document, this, offset, count, newData));
-    else
+    if (isDocumentChild()) {
+        auto* op = new (document) ReplaceTextOperation(document, this, offset, count, newData);
+        if (measured) op->knowLength(len);
+        document->doModelOperation(op);
+    } else if (measured && buffer) {
+        spliceData(len, offset, clipCount(len, offset, count), newData,
+            newData ? Plinth::ustrlen(newData) : 0);
+    } else {
         replaceDataRaw(offset, count, newData);
+    }
 }
+
+unsigned long Arbor::Text::edits() { return textEdits; }
 
 void Arbor::Text::replaceDataRaw(unsigned long offset, unsigned long count, const char16_t* newData)
 {
@@ -106,6 +119,7 @@ void Arbor::Text::replaceDataRaw(unsigned long offset, unsigned long count, cons
         char16_t* copy = Plinth::ustrdup(newData);
         if (!copy) throw std::bad_alloc();
         buffer = copy;
+        ++textEdits;
         return;
     }
     const unsigned long len = Plinth::ustrlen(buffer);
@@ -118,6 +132,7 @@ void Arbor::Text::replaceDataRaw(unsigned long offset, unsigned long count, cons
 void Arbor::Text::spliceData(unsigned long length, unsigned long offset, unsigned long count,
     const char16_t* newData, unsigned long added)
 {
+    ++textEdits;
     const unsigned long newLength = length - count + added;
     if (newLength == 0) {
         std::free(buffer);

@@ -77,6 +77,10 @@ public:
     /// computed without overflow. `offset` must not be past the end.
     unsigned long clip(unsigned long offset, unsigned long count) const;
 
+    /// Internal: a count of the edits made to any text's data on the calling thread, so code that
+    /// measured a text can tell whether callbacks it ran meanwhile may have changed it.
+    ARBOR_INTERNAL static unsigned long edits();
+
     /// Internal: the raw edit with the lengths already measured: `length` is the current length,
     /// `count` is clipped and `offset` not past the end, and `added` is the length of `newData`.
     ARBOR_INTERNAL void spliceData(unsigned long length, unsigned long offset, unsigned long count,

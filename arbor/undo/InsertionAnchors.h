@@ -5,7 +5,8 @@
 
 #include "arbor/document/NodeWatch.h"
 
-#include <unordered_map>
+#include <cstddef>
+#include <vector>
 
 namespace Arbor {
 
@@ -31,12 +32,23 @@ public:
     void documentDestroyed(Document* document) noexcept override;
 
 private:
+    // Open addressing with linear probing in a table of a power-of-two size at most half full:
+    // a change of a document's content holds and releases an anchor, and those cost no
+    // allocation once the table has grown to the history's size.
     struct Entry {
+        Node* node; // null: a free place
         unsigned long long identity;
         unsigned long holders;
     };
-    std::unordered_map<Node*, Entry> entries;
+    std::vector<Entry> table;
+    std::size_t used = 0;
     unsigned long long nextIdentity = 1;
+
+    std::size_t home(const Node* node) const;
+    Entry* lookup(const Node* node);
+    const Entry* lookup(const Node* node) const;
+    void erase(Entry* entry) noexcept;
+    void grow();
 };
 
 } // namespace Arbor

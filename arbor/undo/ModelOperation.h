@@ -4,6 +4,9 @@
 #include "arbor/foundation/Export.h"
 #include "arbor/foundation/Operation.h"
 
+#include <cstddef>
+#include <new>
+
 namespace Arbor {
 
 class Document;
@@ -17,6 +20,25 @@ public:
     Document* document;
 
     ~ModelOperation() override;
+
+    /// Memory for an operation on `document`'s model, from blocks that the document's undo stack
+    /// owns (the library's mutators create their operations this way); freed by `delete` as usual.
+    static void* operator new(std::size_t size, Document* document);
+    /// Memory from the global heap, for operations made without a document.
+    static void* operator new(std::size_t size);
+    /// Memory for an over-aligned operation class, from the global heap.
+    static void* operator new(std::size_t size, std::align_val_t alignment);
+    /// Memory for an over-aligned operation class, from the global heap.
+    static void* operator new(std::size_t size, std::align_val_t alignment, Document* document);
+    /// Gives memory back to where it came from.
+    static void operator delete(void* memory) noexcept;
+    /// Gives memory back when the constructor of an operation made on a document throws.
+    static void operator delete(void* memory, Document* document) noexcept;
+    /// Gives back the memory of an over-aligned operation class.
+    static void operator delete(void* memory, std::align_val_t alignment) noexcept;
+    /// Gives back the memory of an over-aligned operation class whose constructor throws.
+    static void operator delete(
+        void* memory, std::align_val_t alignment, Document* document) noexcept;
 
 protected:
     /// An operation whose events go to `document`.

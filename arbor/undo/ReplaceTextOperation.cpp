@@ -54,15 +54,22 @@ Arbor::ReplaceTextOperation::~ReplaceTextOperation()
 
 void Arbor::ReplaceTextOperation::execute()
 {
-    // Checked before anything is announced: the text may have been edited outside the document.
-    if (offset > text->length()) throw DomException(DomException::INDEX_SIZE_ERR);
+    // Checked before anything is announced: the text may have been edited outside the document
+    // since the last execution. The first one follows its editor's check on the same length.
+    unsigned long length = knownLength;
+    knownLength = unknownLength;
+    if (length == unknownLength) length = text->length();
+    if (offset > length) throw DomException(DomException::INDEX_SIZE_ERR);
+    const unsigned long editsBefore = Text::edits();
     BeforeReplaceTextEvent before(text, offset, count, data);
     document->fireEvent(before);
 
-    // Observers may have edited the text: measure it again, once for the copy of the removed
-    // units and the edit both.
-    const unsigned long length = text->length();
-    if (offset > length) throw DomException(DomException::INDEX_SIZE_ERR);
+    // Observers may have edited the text: if any text was edited meanwhile, measure it again,
+    // once for the copy of the removed units and the edit both.
+    if (Text::edits() != editsBefore) {
+        length = text->length();
+        if (offset > length) throw DomException(DomException::INDEX_SIZE_ERR);
+    }
     const unsigned long rest = length - offset;
     const unsigned long removedCount = count < rest ? count : rest;
     std::unique_ptr<char16_t, Plinth::FreeDeleter> removed(

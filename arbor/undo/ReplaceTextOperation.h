@@ -31,6 +31,15 @@ public:
     void execute() override;
     /// `execute()`: the fields describe the inverse change.
     void undo() override;
+
+    /// Internal: the text's length as its editor just measured it, so the first execution need
+    /// not measure a long text again.
+    ARBOR_INTERNAL void knowLength(unsigned long length) { knownLength = length; }
+
+private:
+    static constexpr unsigned long unknownLength = ~0UL;
+    /// The text's length when known without measuring (`unknownLength` otherwise).
+    unsigned long knownLength = unknownLength;
 };
 
 } // namespace Arbor

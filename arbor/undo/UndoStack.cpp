@@ -1,5 +1,7 @@
 #include "arbor/undo/UndoStack.h"
 
+#include "arbor/undo/OperationPool.h"
+
 #include <new>
 
 Arbor::UndoStack::UndoStack() = default;
@@ -12,6 +14,13 @@ Arbor::UndoStack::~UndoStack()
         delete op;
     for (Plinth::Operation* op : deferred)
         delete op;
+    delete pool;
+}
+
+Arbor::OperationPool* Arbor::UndoStack::operationPool()
+{
+    if (!pool) pool = new OperationPool;
+    return pool;
 }
 
 void Arbor::UndoStack::addOp(Plinth::Operation* op)

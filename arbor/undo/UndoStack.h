@@ -9,6 +9,8 @@
 
 namespace Arbor {
 
+class OperationPool;
+
 /// The operations applied to one document, oldest first, grouped into tasks; a task is undone
 /// and redone as a whole. The stack owns every operation recorded and deletes it through its
 /// virtual destructor. It never executes an operation it is given: callers execute first, then
@@ -68,6 +70,9 @@ public:
     /// The next recorded operation opens a new task.
     void newTask() { newTaskPending = true; }
 
+    /// Internal: the memory the operations recorded here are made from (made on first use).
+    ARBOR_INTERNAL OperationPool* operationPool();
+
 private:
     /// Depth of running `undo()`/`redo()` calls.
     unsigned long replaying = 0;
@@ -77,6 +82,8 @@ private:
     std::vector<Plinth::Operation*> discarded;
     /// Number of `clear()` calls, to tell whether one ran during a replay.
     unsigned long clears = 0;
+    /// Memory of the operations; outlives every operation the stack deletes.
+    OperationPool* pool = nullptr;
 
     void record(Plinth::Operation* op);
     void discardUndone();

@@ -100,7 +100,7 @@ TEST(XmlLoaderTest, BuildsTheTreeOfEachFixture)
             "\"\\n  \"item[id=a2,spaced=one\ttwo\nthree]{}\"\\n\"}" },
         { "entities.xml", "greeting[]{\"Hello, world! <&> AB \"' \"b[]{\"world\"}}" },
         { "cdata.xml", "code[lang=c]{\"before if (a < b && c > d) { return \"]]\"; } after\"}" },
-        { "skipped.xml", "doc[]{\"one two three\"p[]{}}" },
+        { "skipped.xml", "doc[]{#comment{}\"one\"pi{}\" two\"#comment{}\" three\"p[]{}}" },
         { "unicode.xml",
             "text[lang=\u65e5\u672c]{\"Gr\u00fc\u00dfe, \u65e5\u672c\u8a9e, \U0001D11E and "
             "\U0001F600\"}" },

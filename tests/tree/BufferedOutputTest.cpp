@@ -1,0 +1,156 @@
+#include "tests/support/Host.h"
+
+#include <ostream>
+#include <sstream>
+#include <stdexcept>
+#include <streambuf>
+#include <string>
+#include <vector>
+
+using BufferedOutputTest = HostTest;
+
+namespace {
+
+using Arbor::Token;
+
+std::size_t countOccurrences(const std::string& text, const std::string& needle)
+{
+    std::size_t count = 0;
+    for (std::size_t at = text.find(needle); at != std::string::npos;
+         at = text.find(needle, at + 1))
+        ++count;
+    return count;
+}
+
+// Collects the bytes and counts the calls that hand them over.
+class CountingBuffer : public std::streambuf {
+public:
+    std::string bytes;
+    int writes = 0;
+
+protected:
+    std::streamsize xsputn(const char* s, std::streamsize n) override
+    {
+        ++writes;
+        bytes.append(s, static_cast<std::size_t>(n));
+        return n;
+    }
+    int_type overflow(int_type c) override
+    {
+        ++writes;
+        if (!traits_type::eq_int_type(c, traits_type::eof())) bytes += traits_type::to_char_type(c);
+        return traits_type::not_eof(c);
+    }
+};
+
+// A host element that writes its attributes itself, and may fail doing so.
+class HostAttributes final : public Arbor::Element {
+public:
+    bool fail = false;
+    using Element::Element;
+    Node* cloneNode(bool) override { return nullptr; }
+    Token tagName() override { return Token("h"); }
+    Arbor::Variant getAttribute(Token) override { return {}; }
+    bool hasAttribute(Token) override { return false; }
+    void setAttributeRaw(Token, const Arbor::Variant&) override { }
+    void removeAttributeRaw(Token) override { }
+    std::ostream& putAttributesXml(std::ostream& os) override
+    {
+        if (fail) throw std::runtime_error("host");
+        return os << " host=\"" << 1 << '"';
+    }
+};
+
+// A host element that wraps the library's output of itself in comments.
+class HostXml final : public Arbor::BasicElement {
+public:
+    using BasicElement::BasicElement;
+    std::ostream& putXml(std::ostream& os) override
+    {
+        os << "<!--a-->";
+        Element::putXml(os);
+        return os << "<!--b-->";
+    }
+};
+
+} // namespace
+
+// Host code writes to the stream at the right point between the library's buffered bytes, and
+// the library's own nodes (text, BasicElement and its host subclasses) cost a few large writes.
+TEST_F(BufferedOutputTest, HostOverridesKeepTheirPlaceAndLibraryNodesAreBuffered)
+{
+    for (int i = 0; i < 300; ++i) {
+        TestElement* e = appendElement(root(), "e");
+        e->setAttribute(Token("k"), Arbor::StringVariant("a<b"));
+        appendText(e, u"x & y");
+    }
+    CountingBuffer plain;
+    std::ostream plainOut(&plain);
+    document().putXml(plainOut);
+    EXPECT_EQ(countOccurrences(plain.bytes, "<e k=\"a&lt;b\">x &amp; y</e>"), 300u);
+    EXPECT_LE(plain.writes, 4) << plain.bytes.size() << " bytes";
+
+    Arbor::Element* a = new HostAttributes(&document());
+    root()->insertBefore(a, root()->firstChild());
+    appendText(a, u"t");
+    Arbor::Element* x = new HostXml(&document(), Token("x"));
+    root()->insertBefore(x, root()->firstChild());
+    x->setAttribute(Token("n"), Arbor::LongVariant(2));
+    appendElement(x, "in");
+    CountingBuffer mixed;
+    std::ostream mixedOut(&mixed);
+    document().putXml(mixedOut);
+    std::string expected = plain.bytes;
+    expected.insert(45, "<!--a--><x n=\"2\"><in></in></x><!--b--><h host=\"1\">t</h>");
+    EXPECT_EQ(mixed.bytes, expected);
+
+    // An exception from host code leaves what came before it in the stream.
+    static_cast<HostAttributes*>(a)->fail = true;
+    CountingBuffer partial;
+    std::ostream partialOut(&partial);
+    EXPECT_THROW(document().putXml(partialOut), std::runtime_error);
+    EXPECT_EQ(partial.bytes.substr(39), "<root><!--a--><x n=\"2\"><in></in></x><!--b--><h");
+}
+
+// A field width reaches the first item the attributes write through the stream's operators,
+// and the rest of the output is as without it.
+TEST_F(BufferedOutputTest, FieldWidthPadsTheFirstAttributeItem)
+{
+    root()->setAttribute(Token("k"), Arbor::LongVariant(1));
+    appendText(root(), u"t");
+    std::ostringstream os;
+    os.width(4);
+    root()->putXml(os);
+    EXPECT_EQ(os.str(), "<root    k=\"1\">t</root>");
+    EXPECT_EQ(os.width(), 0);
+}
+
+// Many attributes go through the hash index; removed names come back to their places, and a copy
+// keeps the attributes but not the places of removed names.
+TEST_F(BufferedOutputTest, ManyAttributesRemovedPlacesAndCopies)
+{
+    Plinth::Ref<TestElement> e(document().makeElement("e"));
+    std::vector<Token> names;
+    for (int i = 0; i < 1000; ++i) {
+        names.emplace_back(("n" + std::to_string(i)).c_str());
+        e->setAttributeRaw(names.back(), Arbor::LongVariant(i));
+    }
+    for (int i = 0; i < 1000; i += 2)
+        e->removeAttributeRaw(names[i]);
+    ASSERT_EQ(e->attributeCount(), 500u);
+    EXPECT_EQ(e->attributeAt(0).first, names[1]);
+    EXPECT_EQ(e->attributeAt(499).first, names[999]);
+    Plinth::Ref<Arbor::Node> copy(e->cloneNode(false));
+    auto* c = static_cast<Arbor::BasicElement*>(copy.get());
+    for (int i = 0; i < 1000; ++i) {
+        EXPECT_EQ(e->hasAttribute(names[i]), i % 2 == 1) << i;
+        EXPECT_EQ(c->getAttribute(names[i]),
+            i % 2 ? Arbor::Variant(Arbor::LongVariant(i)) : Arbor::Variant())
+            << i;
+    }
+    e->setAttributeRaw(names[0], Arbor::LongVariant(-1));
+    c->setAttributeRaw(names[0], Arbor::LongVariant(-1));
+    EXPECT_EQ(e->attributeAt(0).first, names[0]) << "back at its place";
+    EXPECT_EQ(c->attributeAt(500).first, names[0]) << "the copy has no place for it";
+    EXPECT_EQ(xml(e.get()).substr(0, 22), "<e n0=\"-1\" n1=\"1\" n3=\"");
+}
