@@ -1,6 +1,7 @@
 #include "tests/support/Host.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
