@@ -1,4 +1,5 @@
-# Install rules and package files: the public headers under include/arbor/, the shared library,
+# Install rules and package files: the public headers under include/arbor/ (the target's header
+# file set, arbor/CMakeLists.txt), the shared library,
 # the CMake package (find_package(Arbor CONFIG) gives Arbor::arbor, and Arbor::xml when
 # arbor/xml/CMakeLists.txt adds the loader to the export set), a build-tree export and
 # arbor.pc for pkg-config.
@@ -7,32 +8,12 @@ include(CMakePackageConfigHelpers)
 
 set(ARBOR_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/Arbor)
 
-# Public headers: the umbrella header and every header it includes. Internal headers (the range
-# list, node-name tokens, helpers beside the sources) stay out because the umbrella never includes
-# them; the package test shows that the installed set is complete.
-set(umbrella ${PROJECT_SOURCE_DIR}/arbor/arbor.h)
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${umbrella})
-file(STRINGS ${umbrella} umbrella_includes REGEX "^#include \"arbor/")
-set(arbor_public_headers arbor/arbor.h)
-foreach(line IN LISTS umbrella_includes)
-  string(REGEX REPLACE "^#include \"(arbor/[^\"]+)\".*" "\\1" header "${line}")
-  if(NOT EXISTS ${PROJECT_SOURCE_DIR}/${header})
-    message(FATAL_ERROR "arbor/arbor.h includes ${header}, which does not exist")
-  endif()
-  list(APPEND arbor_public_headers ${header})
-endforeach()
-foreach(header IN LISTS arbor_public_headers)
-  get_filename_component(dir ${header} DIRECTORY)
-  install(FILES ${header}
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/${dir}
-    COMPONENT Development)
-endforeach()
-
 install(TARGETS arbor EXPORT ArborTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Runtime
     NAMELINK_COMPONENT Development
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT Development
-  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime)
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT Runtime
+  FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT Development)
 
 install(EXPORT ArborTargets
   NAMESPACE Arbor::

@@ -3,7 +3,7 @@
 #include "arbor/document/DocumentMisc.h"
 #include "arbor/foundation/Ref.h"
 #include "arbor/tree/BasicElement.h"
-#include "arbor/tree/TreeOutput.h"
+#include "arbor/tree/internal/TreeOutput.h"
 
 #include <ostream>
 

@@ -1,17 +1,17 @@
 #include "arbor/document/Document.h"
 
-#include "arbor/document/DocumentPin.h"
 #include "arbor/document/Events.h"
 #include "arbor/document/Functor.h"
 #include "arbor/document/IDocObserver.h"
-#include "arbor/document/NodeWatch.h"
+#include "arbor/document/internal/DocumentPin.h"
+#include "arbor/document/internal/NodeWatch.h"
 #include "arbor/foundation/Ref.h"
-#include "arbor/range/RangeList.h"
-#include "arbor/tree/ChainRelease.h"
+#include "arbor/range/internal/RangeList.h"
 #include "arbor/tree/DocumentFragment.h"
 #include "arbor/tree/Text.h"
-#include "arbor/tree/TreeOutput.h"
-#include "arbor/values/NodeNames.h"
+#include "arbor/tree/internal/ChainRelease.h"
+#include "arbor/tree/internal/TreeOutput.h"
+#include "arbor/values/internal/NodeNames.h"
 
 #include <ostream>
 
@@ -27,15 +27,12 @@ Arbor::Document::Document()
     : InnerNode(nullptr)
 {
     document = this;
-    Plinth::assignCounted(rangeList, new RangeList(this));
-    try {
-        addObserver(rangeList, tok_BeforeReplaceText);
-        addObserver(rangeList, tok_BeforeReplaceChildren);
-    } catch (...) {
-        observers.clear();
-        Plinth::releaseCounted(rangeList);
-        throw;
-    }
+    // Held here until both registrations are made: if one fails, the list goes with the holder
+    // (and the entries with the document's members).
+    Plinth::Ref<RangeList> list(new RangeList(this));
+    addObserver(list.get(), tok_BeforeReplaceText);
+    addObserver(list.get(), tok_BeforeReplaceChildren);
+    rangeList = list.release();
 }
 
 Arbor::Document::~Document()

@@ -1,9 +1,9 @@
 #include "arbor/document/Document.h"
-#include "arbor/document/DocumentPin.h"
 #include "arbor/document/Events.h"
 #include "arbor/document/Functor.h"
 #include "arbor/document/IDocObserver.h"
-#include "arbor/range/RangeList.h"
+#include "arbor/document/internal/DocumentPin.h"
+#include "arbor/range/internal/RangeList.h"
 
 #include <memory>
 

@@ -1,4 +1,4 @@
-#include "arbor/document/NodeWatch.h"
+#include "arbor/document/internal/NodeWatch.h"
 
 #include "arbor/document/Document.h"
 

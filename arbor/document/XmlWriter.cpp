@@ -2,8 +2,8 @@
 
 #include "arbor/document/BasicDocument.h"
 #include "arbor/document/DocumentMisc.h"
+#include "arbor/foundation/Utf8.h"
 #include "arbor/tree/Element.h"
-#include "arbor/tree/Utf8.h"
 
 #include <atomic>
 #include <cerrno>

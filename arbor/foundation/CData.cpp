@@ -1,10 +1,14 @@
 #include "arbor/foundation/CData.h"
 
-#include "arbor/foundation/XmlOutput.h"
+#include "arbor/foundation/internal/Unicode.h"
+#include "arbor/foundation/internal/XmlOutput.h"
 
 #include <cstring>
 
 namespace {
+
+using Plinth::isLeadSurrogate;
+using Plinth::isTrailSurrogate;
 
 // UTF-8 of U+FFFD, written for every code unit XML cannot carry.
 constexpr char replacement[] = "\xEF\xBF\xBD";
@@ -51,26 +55,6 @@ constexpr EscapeTable attributeEscapes(true);
 // Room for the longest single item: an escape ("&quot;") or a 4-byte sequence.
 constexpr std::size_t longestItem = 8;
 
-// Writes one scalar value at or above U+0080 as UTF-8 at `out`; returns the end.
-char* putScalar(char* out, char32_t c)
-{
-    if (c < 0x800) {
-        *out++ = static_cast<char>(0xC0 | (c >> 6));
-    } else if (c < 0x10000) {
-        *out++ = static_cast<char>(0xE0 | (c >> 12));
-        *out++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    } else {
-        *out++ = static_cast<char>(0xF0 | (c >> 18));
-        *out++ = static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-        *out++ = static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-    }
-    *out++ = static_cast<char>(0x80 | (c & 0x3F));
-    return out;
-}
-
-bool isLeadSurrogate(char16_t c) { return c >= 0xD800 && c <= 0xDBFF; }
-bool isTrailSurrogate(char16_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
-
 // Writes the unit at `text[i]` (above U+007F), with its trail if it leads a pair, at `out`;
 // advances `i` past it and returns the end.
 char* putNonAscii(char* out, const char16_t* text, std::size_t& i)
@@ -78,15 +62,16 @@ char* putNonAscii(char* out, const char16_t* text, std::size_t& i)
     const char16_t c = text[i];
     if (isLeadSurrogate(c) && isTrailSurrogate(text[i + 1])) {
         i += 2;
-        return putScalar(
-            out, 0x10000 + ((char32_t(c) - 0xD800) << 10) + (char32_t(text[i - 1]) - 0xDC00));
+        return out
+            + Plinth::writeUtf8(
+                0x10000 + ((char32_t(c) - 0xD800) << 10) + (char32_t(text[i - 1]) - 0xDC00), out);
     }
     ++i;
     if (isLeadSurrogate(c) || isTrailSurrogate(c) || c == 0xFFFE || c == 0xFFFF) {
         std::memcpy(out, replacement, sizeof replacement - 1);
         return out + sizeof replacement - 1;
     }
-    return putScalar(out, c);
+    return out + Plinth::writeUtf8(c, out);
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 #include "arbor/document/Document.h"
-#include "arbor/document/DocumentPin.h"
+#include "arbor/document/internal/DocumentPin.h"
 #include "arbor/foundation/Ref.h"
 #include "arbor/range/Range.h"
-#include "arbor/range/RangeList.h"
+#include "arbor/range/internal/RangeList.h"
 #include "arbor/tree/DomException.h"
 
 Arbor::Range* Arbor::Document::createRange(bool selected)

@@ -1,11 +1,11 @@
 #include "arbor/range/Range.h"
 
 #include "arbor/document/Document.h"
-#include "arbor/document/DocumentPin.h"
 #include "arbor/document/Events.h"
+#include "arbor/document/internal/DocumentPin.h"
 #include "arbor/foundation/Ref.h"
 #include "arbor/tree/DomException.h"
-#include "arbor/values/NodeNames.h"
+#include "arbor/values/internal/NodeNames.h"
 
 #include <ostream>
 

@@ -132,16 +132,48 @@ public:
     /// Releases the containers and marks the range detached, with no check, deselection or event.
     void detachSilent();
 
-    /// Internal upkeep behind `beforeReplaceChildren`, for a range with a point in `parent` or
-    /// below: `removed` children of `parent` from `index` on go, and `inserted` nodes come in at
-    /// `index`. The range list works the index and the counts out once for all its ranges.
-    ARBOR_INTERNAL void followChildren(
-        Node* parent, unsigned long index, unsigned long removed, unsigned long inserted);
-    /// Internal upkeep behind `beforeReplaceText`, for a range with a point in `text` (a text
-    /// node, comment or processing instruction): `count` units from `offset` are replaced by
-    /// `inserted` units.
-    ARBOR_INTERNAL void followText(
-        Node* text, unsigned long offset, unsigned long count, unsigned long inserted);
+    /// Internal: a replacement of children as the upkeep reads it. The index of `child` and the
+    /// length of the chain are measured by the first range that needs them and reused by the
+    /// following ones until a selected range has announced its move (its observers may edit the
+    /// children).
+    struct ChildUpkeep {
+        /// The parent whose children are replaced.
+        Node* parent;
+        /// The first child replaced; null for an insertion at the end.
+        Node* child;
+        /// The number of children replaced.
+        unsigned long count;
+        /// The head of the chain coming in, or null.
+        Node* newChild;
+        /// True while `index` and `inserted` hold for the tree.
+        bool measured = false;
+        /// The position of `child` among the children of `parent`.
+        unsigned long index = 0;
+        /// The number of nodes in the chain headed by `newChild`.
+        unsigned long inserted = 0;
+    };
+    /// Internal: a replacement of text as the upkeep reads it; the length of `data` is measured
+    /// by the first range that needs it.
+    struct TextUpkeep {
+        /// The node whose units are replaced: a text node, comment or processing instruction.
+        Node* text;
+        /// The first unit replaced.
+        unsigned long offset;
+        /// The number of units replaced.
+        unsigned long count;
+        /// The new units, or null.
+        const char16_t* data;
+        /// True once `inserted` is measured.
+        bool measured = false;
+        /// The number of units of `data`.
+        unsigned long inserted = 0;
+    };
+    /// Internal: the one upkeep routine for a replacement of children, behind
+    /// `beforeReplaceChildren` and the range list.
+    ARBOR_INTERNAL void follow(ChildUpkeep& change);
+    /// Internal: the one upkeep routine for a replacement of text, behind `beforeReplaceText` and
+    /// the range list.
+    ARBOR_INTERNAL void follow(TextUpkeep& change);
 
 private:
     friend class RangeList;

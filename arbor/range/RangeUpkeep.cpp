@@ -3,6 +3,7 @@
 #include "arbor/foundation/Ref.h"
 #include "arbor/foundation/UString.h"
 #include "arbor/range/Range.h"
+#include "arbor/range/internal/RangeList.h"
 #include "arbor/tree/DomException.h"
 #include "arbor/tree/Text.h"
 
@@ -49,8 +50,8 @@ void Arbor::Range::onEvent(DomEvent& event)
     if (event.type == tok_BeforeReplaceText) {
         auto& e = static_cast<BeforeReplaceTextEvent&>(event);
         // Comments and processing instructions announce their edits with the same event.
-        if (e.target == startContainer || e.target == endContainer)
-            followText(e.target, e.offset, e.count, e.data ? Plinth::ustrlen(e.data) : 0);
+        TextUpkeep upkeep { e.target, e.offset, e.count, e.data };
+        follow(upkeep);
     } else if (event.type == tok_BeforeReplaceChildren) {
         auto& e = static_cast<BeforeReplaceChildrenEvent&>(event);
         beforeReplaceChildren(e.target, e.child, e.count, e.newChild);
@@ -62,21 +63,24 @@ bool Arbor::Range::touches(Node* parent) const
     return isAtOrBelow(startContainer, parent) || isAtOrBelow(endContainer, parent);
 }
 
-void Arbor::Range::beforeReplaceChildren(
-    Node* parent, Node* child, unsigned long count, Node* newChild)
+void Arbor::Range::follow(ChildUpkeep& upkeep)
 {
     if (flags & (Detached | Suspended)) return;
+    Node* parent = upkeep.parent;
     // Only points in `parent` or below it can move; the sibling walk is skipped for the others.
     if (!touches(parent)) return;
-    unsigned long index = 0;
-    for (Node* node = parent->firstChild(); node && node != child; node = node->next)
-        ++index;
-    followChildren(parent, index, child ? count : 0, countFollowing(newChild));
-}
-
-void Arbor::Range::followChildren(
-    Node* parent, unsigned long index, unsigned long removed, unsigned long inserted)
-{
+    if (!upkeep.measured) {
+        upkeep.index = 0;
+        for (Node* node = parent->firstChild(); node && node != upkeep.child; node = node->next)
+            ++upkeep.index;
+        upkeep.inserted = countFollowing(upkeep.newChild);
+        upkeep.measured = true;
+    }
+    const unsigned long index = upkeep.index;
+    const unsigned long removed = upkeep.child ? upkeep.count : 0;
+    const unsigned long inserted = upkeep.inserted;
+    // A selected range announces its move to observers, which may edit the children.
+    if (isSelected()) upkeep.measured = false;
     Node* sc = startContainer;
     unsigned long so = startOffset;
     Node* ec = endContainer;
@@ -92,17 +96,18 @@ void Arbor::Range::followChildren(
     change(sc, so, ec, eo);
 }
 
-void Arbor::Range::beforeReplaceText(
-    Text* text, unsigned long offset, unsigned long count, const char16_t* data)
+void Arbor::Range::follow(TextUpkeep& upkeep)
 {
     if (flags & (Detached | Suspended)) return;
+    Node* text = upkeep.text;
     if (text != startContainer && text != endContainer) return;
-    followText(text, offset, count, data ? Plinth::ustrlen(data) : 0);
-}
-
-void Arbor::Range::followText(
-    Node* text, unsigned long offset, unsigned long count, unsigned long inserted)
-{
+    if (!upkeep.measured) {
+        upkeep.inserted = upkeep.data ? Plinth::ustrlen(upkeep.data) : 0;
+        upkeep.measured = true;
+    }
+    const unsigned long offset = upkeep.offset;
+    const unsigned long count = upkeep.count;
+    const unsigned long inserted = upkeep.inserted;
     Node* sc = startContainer;
     unsigned long so = startOffset;
     Node* ec = endContainer;
@@ -116,6 +121,57 @@ void Arbor::Range::followText(
         if (ec == text && offset < eo) eo += inserted;
     }
     change(sc, so, ec, eo);
+}
+
+void Arbor::Range::beforeReplaceChildren(
+    Node* parent, Node* child, unsigned long count, Node* newChild)
+{
+    ChildUpkeep upkeep { parent, child, count, newChild };
+    follow(upkeep);
+}
+
+void Arbor::Range::beforeReplaceText(
+    Text* text, unsigned long offset, unsigned long count, const char16_t* data)
+{
+    TextUpkeep upkeep { text, offset, count, data };
+    follow(upkeep);
+}
+
+// As forEachRange, for the upkeep of a change. Until the first selected range announces its
+// change no host code runs (an unselected range fires nothing and releases no container the tree
+// does not hold), so the ranges are visited without holding them. From there on observers may
+// change the document, which purges unheld ranges, or even tear it down: each range is held
+// across its call, and the next one taken before it is let go.
+template <class Follow> void Arbor::RangeList::followEach(Follow follow)
+{
+    Node* node = first;
+    for (; node; node = node->next) {
+        auto* range = static_cast<Range*>(node);
+        if (range->isSelected()) break;
+        follow(range);
+    }
+    Plinth::Ref<Node> current(node);
+    while (current) {
+        follow(static_cast<Range*>(current.get()));
+        current = Plinth::Ref<Node>(current->next);
+    }
+}
+
+// The range list passes each change to its ranges; the measurements of the change are shared
+// (see Range::ChildUpkeep). Beside the upkeep routines, so that they can be inlined here.
+void Arbor::RangeList::followChildren(DomEvent& event)
+{
+    auto& e = static_cast<BeforeReplaceChildrenEvent&>(event);
+    Range::ChildUpkeep upkeep { e.target, e.child, e.count, e.newChild };
+    followEach([&upkeep](Range* range) { range->follow(upkeep); });
+}
+
+void Arbor::RangeList::followText(DomEvent& event)
+{
+    auto& e = static_cast<BeforeReplaceTextEvent&>(event);
+    // Comments and processing instructions announce their edits with the same event.
+    Range::TextUpkeep upkeep { e.target, e.offset, e.count, e.data };
+    followEach([&upkeep](Range* range) { range->follow(upkeep); });
 }
 
 void Arbor::Range::beforeBatchChanges()

@@ -1,8 +1,8 @@
 #include "arbor/tree/BasicElement.h"
 
 #include "arbor/foundation/CData.h"
-#include "arbor/foundation/XmlOutput.h"
-#include "arbor/tree/Utf8.h"
+#include "arbor/foundation/Utf8.h"
+#include "arbor/foundation/internal/XmlOutput.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,8 +1,8 @@
 #include "arbor/tree/Comment.h"
 
 #include "arbor/foundation/UString.h"
+#include "arbor/foundation/Utf8.h"
 #include "arbor/tree/DomException.h"
-#include "arbor/tree/Utf8.h"
 
 #include <ostream>
 

@@ -1,9 +1,9 @@
 // The UTF-8 conveniences for comments and processing instructions.
 
 #include "arbor/document/Document.h"
+#include "arbor/foundation/Utf8.h"
 #include "arbor/tree/Comment.h"
 #include "arbor/tree/ProcessingInstruction.h"
-#include "arbor/tree/Utf8.h"
 
 Arbor::Comment* Arbor::createCommentUtf8(Document* document, std::string_view bytes)
 {

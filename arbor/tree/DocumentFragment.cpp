@@ -1,7 +1,8 @@
 #include "arbor/tree/DocumentFragment.h"
 
-#include "arbor/values/NodeNames.h"
+#include "arbor/values/internal/NodeNames.h"
 
+#include <memory>
 #include <ostream>
 
 Arbor::DocumentFragment::DocumentFragment(Document* document)
@@ -13,15 +14,11 @@ Arbor::DocumentFragment::~DocumentFragment() = default;
 
 Arbor::Node* Arbor::DocumentFragment::cloneNode(bool deep)
 {
-    DocumentFragment* copy = new DocumentFragment(document);
-    if (!deep) return copy;
-    try {
-        cloneChildren(copy);
-    } catch (...) {
-        copy->unref(); // never handed out: count 0, so this destroys it with the copies made
-        throw;
-    }
-    return copy;
+    // Never handed out before it is complete: a failure while copying the children deletes it
+    // together with the copies made so far.
+    std::unique_ptr<DocumentFragment> copy(new DocumentFragment(document));
+    if (deep) cloneChildren(copy.get());
+    return copy.release();
 }
 
 int Arbor::DocumentFragment::nodeType() { return DOCUMENT_FRAGMENT_NODE; }

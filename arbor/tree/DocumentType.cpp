@@ -1,7 +1,7 @@
 #include "arbor/tree/DocumentType.h"
 
 #include "arbor/tree/DomException.h"
-#include "arbor/tree/XmlNames.h"
+#include "arbor/tree/internal/XmlNames.h"
 
 #include <ostream>
 

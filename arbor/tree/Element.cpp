@@ -2,10 +2,25 @@
 
 #include "arbor/document/Document.h"
 #include "arbor/tree/DomException.h"
-#include "arbor/tree/TreeOutput.h"
+#include "arbor/tree/internal/TreeOutput.h"
 #include "arbor/undo/AttributeOperation.h"
 
 #include <ostream>
+
+namespace {
+
+// The walk of the four propagate operations: tells `element` through `hook` and, where the hook
+// returns true, goes on to its child elements in order, depth first; other children and their
+// subtrees are passed over.
+template <class Hook> void propagate(Arbor::Element* element, const Hook& hook)
+{
+    if (!hook(element)) return;
+    for (Arbor::Node* child = element->firstChild(); child; child = child->next) {
+        if (Arbor::Element* childElement = child->asElement()) propagate(childElement, hook);
+    }
+}
+
+} // namespace
 
 Arbor::Element::Element(Document* document)
     : InnerNode(document)
@@ -72,36 +87,20 @@ std::ostream& Arbor::Element::putAttributesXml(std::ostream& os) { return os; }
 
 void Arbor::Element::propagateBeforeSetAttribute(Element* element, Token name, const Variant& value)
 {
-    if (!beforeSetAttribute(element, name, value)) return;
-    for (Node* child = firstChild(); child; child = child->next) {
-        if (Element* childElement = child->asElement())
-            childElement->propagateBeforeSetAttribute(element, name, value);
-    }
+    propagate(this, [&](Element* told) { return told->beforeSetAttribute(element, name, value); });
 }
 
 void Arbor::Element::propagateAfterSetAttribute(Element* element, Token name)
 {
-    if (!afterSetAttribute(element, name)) return;
-    for (Node* child = firstChild(); child; child = child->next) {
-        if (Element* childElement = child->asElement())
-            childElement->propagateAfterSetAttribute(element, name);
-    }
+    propagate(this, [&](Element* told) { return told->afterSetAttribute(element, name); });
 }
 
 void Arbor::Element::propagateBeforeRemoveAttribute(Element* element, Token name)
 {
-    if (!beforeRemoveAttribute(element, name)) return;
-    for (Node* child = firstChild(); child; child = child->next) {
-        if (Element* childElement = child->asElement())
-            childElement->propagateBeforeRemoveAttribute(element, name);
-    }
+    propagate(this, [&](Element* told) { return told->beforeRemoveAttribute(element, name); });
 }
 
 void Arbor::Element::propagateAfterRemoveAttribute(Element* element, Token name)
 {
-    if (!afterRemoveAttribute(element, name)) return;
-    for (Node* child = firstChild(); child; child = child->next) {
-        if (Element* childElement = child->asElement())
-            childElement->propagateAfterRemoveAttribute(element, name);
-    }
+    propagate(this, [&](Element* told) { return told->afterRemoveAttribute(element, name); });
 }

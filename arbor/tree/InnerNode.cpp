@@ -1,8 +1,8 @@
 #include "arbor/tree/InnerNode.h"
 
-#include "arbor/foundation/Assert.h"
 #include "arbor/foundation/Ref.h"
-#include "arbor/tree/ChainRelease.h"
+#include "arbor/foundation/internal/Assert.h"
+#include "arbor/tree/internal/ChainRelease.h"
 
 Arbor::InnerNode::InnerNode(Document* document)
     : Node(document)

@@ -1,9 +1,9 @@
 #include "arbor/tree/Node.h"
 
 #include "arbor/document/Document.h"
-#include "arbor/document/NodeWatch.h"
+#include "arbor/document/internal/NodeWatch.h"
 #include "arbor/foundation/Ref.h"
-#include "arbor/tree/ChainRelease.h"
+#include "arbor/tree/internal/ChainRelease.h"
 
 Arbor::Node::Node(Document* document)
     : document(document)

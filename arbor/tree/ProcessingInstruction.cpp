@@ -1,9 +1,9 @@
 #include "arbor/tree/ProcessingInstruction.h"
 
 #include "arbor/foundation/UString.h"
+#include "arbor/foundation/Utf8.h"
 #include "arbor/tree/DomException.h"
-#include "arbor/tree/Utf8.h"
-#include "arbor/tree/XmlNames.h"
+#include "arbor/tree/internal/XmlNames.h"
 
 #include <ostream>
 

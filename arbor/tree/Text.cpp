@@ -169,28 +169,26 @@ Arbor::Text* Arbor::Text::splitText(unsigned long offset)
     if (readOnly()) throw DomException(DomException::NO_MODIFICATION_ALLOWED_ERR);
 
     UniqueUString tail(substringData(offset, len - offset));
-    Text* fresh = new Text(document, nullptr);
+    std::unique_ptr<Text> fresh(new Text(document, nullptr));
     fresh->buffer = tail.release();
 
     if (parent) {
         // Released if the insertion fails; on success the tree holds it.
-        Plinth::Ref<Node> keep(fresh);
-        parent->insertBefore(fresh, next);
+        Text* node = fresh.release();
+        Plinth::Ref<Node> keep(node);
+        parent->insertBefore(node, next);
         replaceData(offset, len - offset, nullptr);
-        return fresh;
+        return node;
     }
-    // Cut first, link after: if the cut runs out of memory nothing has changed yet.
-    try {
-        replaceDataRaw(offset, len - offset, nullptr);
-    } catch (...) {
-        delete fresh;
-        throw;
-    }
+    // Cut first, link after: if the cut runs out of memory nothing has changed yet (and the new
+    // node goes with the holder).
+    replaceDataRaw(offset, len - offset, nullptr);
+    Text* node = fresh.release();
     // The new node takes over this node's reference on the old next sibling.
-    fresh->next = next;
-    if (next) next->previous = fresh;
-    fresh->previous = this;
+    node->next = next;
+    if (next) next->previous = node;
+    node->previous = this;
     next = nullptr;
-    Plinth::assignCounted(next, fresh);
-    return fresh;
+    Plinth::assignCounted(next, node);
+    return node;
 }

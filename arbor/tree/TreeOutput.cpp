@@ -1,4 +1,4 @@
-#include "arbor/tree/TreeOutput.h"
+#include "arbor/tree/internal/TreeOutput.h"
 
 #include "arbor/tree/BasicElement.h"
 #include "arbor/tree/Element.h"

@@ -1,6 +1,6 @@
-#include "arbor/tree/XmlNames.h"
+#include "arbor/tree/internal/XmlNames.h"
 
-#include "arbor/tree/Utf8.h"
+#include "arbor/foundation/Utf8.h"
 
 #include <cstring>
 #include <string>

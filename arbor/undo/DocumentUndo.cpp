@@ -1,6 +1,6 @@
 #include "arbor/document/Document.h"
-#include "arbor/document/DocumentPin.h"
-#include "arbor/range/RangeList.h"
+#include "arbor/document/internal/DocumentPin.h"
+#include "arbor/range/internal/RangeList.h"
 #include "arbor/undo/ModelOperation.h"
 
 #include <memory>

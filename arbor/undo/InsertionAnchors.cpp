@@ -1,4 +1,4 @@
-#include "arbor/undo/InsertionAnchors.h"
+#include "arbor/undo/internal/InsertionAnchors.h"
 
 #include <cstdint>
 #include <memory>

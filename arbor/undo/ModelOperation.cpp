@@ -1,7 +1,7 @@
 #include "arbor/undo/ModelOperation.h"
 
 #include "arbor/document/Document.h"
-#include "arbor/undo/OperationPool.h"
+#include "arbor/undo/internal/OperationPool.h"
 
 Arbor::ModelOperation::ModelOperation(Document* document)
     : document(document)

@@ -1,4 +1,4 @@
-#include "arbor/undo/OperationPool.h"
+#include "arbor/undo/internal/OperationPool.h"
 
 #include "arbor/undo/AttributeOperation.h"
 #include "arbor/undo/ReplaceChildrenOperation.h"

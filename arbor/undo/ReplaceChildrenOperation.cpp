@@ -5,7 +5,7 @@
 #include "arbor/foundation/Ref.h"
 #include "arbor/tree/DomException.h"
 #include "arbor/tree/Node.h"
-#include "arbor/undo/InsertionAnchors.h"
+#include "arbor/undo/internal/InsertionAnchors.h"
 
 namespace {
 

@@ -1,6 +1,6 @@
 #include "arbor/undo/UndoStack.h"
 
-#include "arbor/undo/OperationPool.h"
+#include "arbor/undo/internal/OperationPool.h"
 
 #include <new>
 

@@ -1,9 +1,10 @@
 #include "arbor/values/Token.h"
 
-#include "arbor/values/NodeNames.h"
+#include "arbor/values/internal/NodeNames.h"
 
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <new>
 #include <pthread.h>
 #include <vector>
@@ -133,17 +134,12 @@ char* insert(char* name)
 char* insertCopy(const char* name)
 {
     if (char* stored = findEntry(name)) return stored;
-    char* copy = strdup(name);
+    std::unique_ptr<char, void (*)(void*)> copy(strdup(name), std::free);
     if (!copy) throw std::bad_alloc();
-    try {
-        if (!ownedCopies) ownedCopies = new std::vector<char*>;
-        ownedCopies->push_back(copy);
-    } catch (...) {
-        std::free(copy);
-        throw;
-    }
-    // A copy whose insertion fails stays listed and is freed at exit.
-    return insert(copy);
+    if (!ownedCopies) ownedCopies = new std::vector<char*>;
+    ownedCopies->push_back(copy.get());
+    // Listed, the copy is freed at exit, also when its insertion fails.
+    return insert(copy.release());
 }
 
 // Interns `name`, copying it or keeping the caller's pointer; returns the stored entry.

@@ -34,53 +34,12 @@ void copyPayload(
     destination[1] = source[1];
 }
 
-// Shared string blocks of StringVariant and UStringVariant: a signed 64-bit count of holders,
-// then the characters with their terminator.
-template <class Char> struct SharedString {
-    using Count = long;
-
-    static Char* text(void* block)
-    {
-        return reinterpret_cast<Char*>(static_cast<char*>(block) + sizeof(Count));
-    }
-
-    static Count& holders(void* block) { return *static_cast<Count*>(block); }
-
-    // A block holding a copy of `length` characters and the terminator; count 1.
-    static void* make(const Char* value, std::size_t length)
-    {
-        void* block = std::malloc(length * sizeof(Char) + 16);
-        if (!block) throw std::bad_alloc();
-        holders(block) = 1;
-        std::memcpy(text(block), value, (length + 1) * sizeof(Char));
-        return block;
-    }
+// All four string variants keep a shared block (the one the fixed-string handles use) in the
+// first payload word.
+template <class Char> struct BlockString {
+    using Block = Plinth::SharedBlock<Char>;
 
     // The characters of the block in `payload`, or null.
-    static const Char* chars(const void* payload)
-    {
-        void* block = firstPointer<void>(payload);
-        return block ? text(block) : nullptr;
-    }
-
-    static void share(void* destination, const void* source)
-    {
-        void* block = firstPointer<void>(source);
-        if (block) ++holders(block);
-        setFirstPointer(destination, block);
-    }
-
-    static void release(void* payload)
-    {
-        void* block = firstPointer<void>(payload);
-        if (block && --holders(block) < 1) std::free(block);
-    }
-};
-
-// Fixed-string handles keep a FixedStringBase block pointer in the first word.
-template <class Char> struct FixedString {
-    using Block = typename Plinth::FixedStringBase<Char>::Block;
-
     static const Char* chars(const void* payload)
     {
         Block* block = firstPointer<Block>(payload);
@@ -89,8 +48,7 @@ template <class Char> struct FixedString {
 
     static void store(void* payload, Block* block)
     {
-        if (block) ++block->holders;
-        setFirstPointer(payload, block);
+        setFirstPointer(payload, Block::share(block));
     }
 
     static void share(void* destination, const void* source)
@@ -100,15 +58,15 @@ template <class Char> struct FixedString {
 
     static void release(void* payload)
     {
-        Plinth::FixedStringBase<Char>::drop(firstPointer<Block>(payload));
+        Block::release(firstPointer<Block>(payload));
         setFirstPointer(payload, nullptr);
     }
 
+    // A new handle on the block in `payload`.
     static Plinth::FixedStringBase<Char> handle(const void* payload)
     {
         Plinth::FixedStringBase<Char> result;
-        result.rep = firstPointer<Block>(payload);
-        if (result.rep) ++result.rep->holders;
+        result.rep = Block::share(firstPointer<Block>(payload));
         return result;
     }
 };
@@ -301,14 +259,14 @@ double Arbor::DoubleVariant::val() const
 
 Arbor::VariantClass* Arbor::StringVariant::runtimeClass()
 {
-    static VariantClass cls = stringClass<SharedString<char>>();
+    static VariantClass cls = stringClass<BlockString<char>>();
     return &cls;
 }
 
 Arbor::StringVariant::StringVariant(const char* value)
     : Variant(runtimeClass())
 {
-    if (value) setFirstPointer(payload, SharedString<char>::make(value, std::strlen(value)));
+    if (value) setFirstPointer(payload, Plinth::SharedBlock<char>::make(value, std::strlen(value)));
 }
 
 Arbor::StringVariant::StringVariant(const StringVariant& other)
@@ -322,11 +280,11 @@ Arbor::StringVariant& Arbor::StringVariant::operator=(const StringVariant& other
     return *this;
 }
 
-const char* Arbor::StringVariant::val() const { return SharedString<char>::chars(payload); }
+const char* Arbor::StringVariant::val() const { return BlockString<char>::chars(payload); }
 
 Arbor::VariantClass* Arbor::UStringVariant::runtimeClass()
 {
-    static VariantClass cls = stringClass<SharedString<char16_t>>();
+    static VariantClass cls = stringClass<BlockString<char16_t>>();
     return &cls;
 }
 
@@ -334,7 +292,8 @@ Arbor::UStringVariant::UStringVariant(const char16_t* value)
     : Variant(runtimeClass())
 {
     if (value)
-        setFirstPointer(payload, SharedString<char16_t>::make(value, Plinth::ustrlen(value)));
+        setFirstPointer(
+            payload, Plinth::SharedBlock<char16_t>::make(value, Plinth::ustrlen(value)));
 }
 
 Arbor::UStringVariant::UStringVariant(const UStringVariant& other)
@@ -348,23 +307,20 @@ Arbor::UStringVariant& Arbor::UStringVariant::operator=(const UStringVariant& ot
     return *this;
 }
 
-const char16_t* Arbor::UStringVariant::val() const
-{
-    return SharedString<char16_t>::chars(payload);
-}
+const char16_t* Arbor::UStringVariant::val() const { return BlockString<char16_t>::chars(payload); }
 
 // Fixed-string handles.
 
 Arbor::VariantClass* Arbor::FixedStringVariant::runtimeClass()
 {
-    static VariantClass cls = stringClass<FixedString<char>>();
+    static VariantClass cls = stringClass<BlockString<char>>();
     return &cls;
 }
 
 Arbor::FixedStringVariant::FixedStringVariant(const Plinth::FixedStringBase<char>& value)
     : Variant(runtimeClass())
 {
-    FixedString<char>::store(payload, value.rep);
+    BlockString<char>::store(payload, value.rep);
 }
 
 Arbor::FixedStringVariant::FixedStringVariant(const FixedStringVariant& other)
@@ -382,19 +338,19 @@ Arbor::FixedStringVariant& Arbor::FixedStringVariant::operator=(const FixedStrin
 
 Plinth::FixedStringBase<char> Arbor::FixedStringVariant::val() const
 {
-    return FixedString<char>::handle(payload);
+    return BlockString<char>::handle(payload);
 }
 
 Arbor::VariantClass* Arbor::FixedUStringVariant::runtimeClass()
 {
-    static VariantClass cls = stringClass<FixedString<char16_t>>();
+    static VariantClass cls = stringClass<BlockString<char16_t>>();
     return &cls;
 }
 
 Arbor::FixedUStringVariant::FixedUStringVariant(const Plinth::FixedStringBase<char16_t>& value)
     : Variant(runtimeClass())
 {
-    FixedString<char16_t>::store(payload, value.rep);
+    BlockString<char16_t>::store(payload, value.rep);
 }
 
 Arbor::FixedUStringVariant::FixedUStringVariant(const FixedUStringVariant& other)
@@ -410,7 +366,7 @@ Arbor::FixedUStringVariant& Arbor::FixedUStringVariant::operator=(const FixedUSt
 
 Plinth::FixedStringBase<char16_t> Arbor::FixedUStringVariant::val() const
 {
-    return FixedString<char16_t>::handle(payload);
+    return BlockString<char16_t>::handle(payload);
 }
 
 // Tokens: the interned pointer, compared by identity and ordered by address.

@@ -7,7 +7,6 @@
 #include "arbor/tree/Element.h"
 #include "arbor/tree/ProcessingInstruction.h"
 #include "arbor/tree/Text.h"
-#include "arbor/tree/Utf8.h"
 #include "arbor/values/Variant.h"
 #include "arbor/xml/XmlEncoding.h"
 #include "arbor/xml/XmlPositions.h"

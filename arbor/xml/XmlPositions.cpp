@@ -1,7 +1,7 @@
 #include "arbor/xml/XmlPositions.h"
 
 #include "arbor/document/Document.h"
-#include "arbor/document/NodeWatch.h"
+#include "arbor/document/internal/NodeWatch.h"
 
 #include <memory>
 #include <unordered_map>

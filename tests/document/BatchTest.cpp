@@ -1,4 +1,4 @@
-#include "arbor/range/RangeList.h"
+#include "arbor/range/internal/RangeList.h"
 #include "tests/support/Host.h"
 
 #include <functional>

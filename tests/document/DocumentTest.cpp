@@ -20,25 +20,6 @@ TEST_F(DocumentTest, NewDocumentIsEmptyWithoutHistory)
     EXPECT_EQ(document().documentElement(), root());
 }
 
-TEST_F(DocumentTest, FactoriesMakeUnlinkedNodesOfTheDocument)
-{
-    Arbor::Text* text = document().createTextNode(u"hi");
-    Arbor::DocumentFragment* fragment = document().createDocumentFragment();
-    for (Arbor::Node* node :
-        { static_cast<Arbor::Node*>(text), static_cast<Arbor::Node*>(fragment) }) {
-        SCOPED_TRACE(nameOf(node));
-        EXPECT_EQ(node->refCount, 0u);
-        EXPECT_EQ(node->ownerDocument(), &document());
-        EXPECT_EQ(node->parentNode(), nullptr);
-        EXPECT_EQ(node->firstChild(), nullptr);
-    }
-    EXPECT_EQ(xml(text), "hi");
-    Plinth::Ref<Arbor::DocumentFragment> holdFragment(fragment);
-    fragment->appendChild(text);
-    root()->appendChild(fragment);
-    EXPECT_EQ(text->parentNode(), root());
-}
-
 TEST_F(DocumentTest, TornDownDocumentStaysQuiet)
 {
     EventLog late;

@@ -70,37 +70,6 @@ TEST_F(RangeBatchDetachTest, BatchParksRangesUntilTheySetAgain)
     EXPECT_EQ(events.take(), announced);
 }
 
-TEST_F(RangeBatchDetachTest, DetachReleasesTheContainersOnce)
-{
-    unsigned long base = p->refCount;
-    Ref<Range> r = range(p, 1, c[2], 0);
-    EXPECT_EQ(p->refCount, base + 1);
-    r->setEnd(p, 4);
-    EXPECT_EQ(p->refCount, base + 2);
-
-    r->detach();
-    EXPECT_TRUE(r->isDetached());
-    EXPECT_EQ(r->startContainer, nullptr);
-    EXPECT_EQ(r->endContainer, nullptr);
-    EXPECT_EQ(p->refCount, base);
-    EXPECT_EQ(points(r.get()), "detached");
-    expectDomError(11, [&] { r->detach(); });
-
-    // A detached range ignores changes and batches.
-    p->removeChild(c[0]);
-    document().beginBatchChanges();
-    document().endBatchChanges();
-    EXPECT_EQ(r->startContainer, nullptr);
-    EXPECT_FALSE(r->isSuspended());
-
-    base = p->refCount; // the batch discarded the history, which held p as well
-    Ref<Range> silent = range(p, 1, p, 3);
-    silent->detachSilent();
-    silent->detachSilent();
-    EXPECT_TRUE(silent->isDetached());
-    EXPECT_EQ(p->refCount, base);
-}
-
 TEST_F(RangeBatchDetachTest, DetachingASelectedRangeDeselectsIt)
 {
     Ref<Range> r = selectedRange(p, 1, p, 4);

@@ -234,42 +234,6 @@ TEST_F(RangePointsTest, CollapseSelectAndCommonAncestor)
     expectDomError(11, [&] { r->selectNodeContents(foreign.get()); });
 }
 
-TEST_F(RangePointsTest, ComparePointsInDocumentOrder)
-{
-    // p has c0..c5; g sits inside c1.
-    TestElement* g = appendElement(c[1], "g");
-    struct Case {
-        Node* a;
-        unsigned long aOffset;
-        Node* b;
-        unsigned long bOffset;
-        int expected;
-    };
-    const Case cases[] = {
-        { p, 1, c[0], 5, 1 },
-        { p, 0, c[0], 5, -1 },
-        { c[0], 5, p, 0, 1 },
-        { c[0], 5, p, 1, -1 },
-        { c[0], 0, c[1], 0, -1 },
-        { c[1], 0, c[0], 0, 1 },
-        { p, 2, p, 2, 0 },
-        { p, 3, p, 2, 1 },
-        { p, 1, p, 2, -1 },
-        { p, 1, g, 0, -1 },
-        { p, 2, g, 0, 1 },
-        { g, 0, p, 2, -1 },
-        { g, 0, c[2], 0, -1 },
-        { c[2], 0, g, 7, 1 },
-        { root(), 0, g, 0, -1 },
-        { &document(), 1, g, 0, 1 },
-    };
-    for (const Case& test : cases) {
-        SCOPED_TRACE("(" + nameOf(test.a) + "," + std::to_string(test.aOffset) + ") vs ("
-            + nameOf(test.b) + "," + std::to_string(test.bOffset) + ")");
-        EXPECT_EQ(Range::comparePoints(test.a, test.aOffset, test.b, test.bOffset), test.expected);
-    }
-}
-
 TEST_F(RangePointsTest, CompareBoundaryPointsPicksThePointsByHow)
 {
     Ref<Range> a = range(p, 1, p, 3);

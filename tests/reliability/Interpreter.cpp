@@ -1,16 +1,26 @@
 #include "tests/reliability/Interpreter.h"
 
-#include "tests/reliability/Choices.h"
+#include "arbor/undo/AttributeOperation.h"
+#include "arbor/undo/ReplaceChildrenOperation.h"
+#include "arbor/undo/ReplaceTextOperation.h"
+#include "tests/support/Links.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
-#include <memory>
+#include <new>
+#include <optional>
 #include <sstream>
-#include <utility>
 
 namespace {
+
+using Arbor::Node;
+
+const char* const tags[] = { "p", "q", "em", "li" };
+const Arbor::Token eventTypes[] = { Arbor::tok_BeforeReplaceChildren,
+    Arbor::tok_AfterReplaceChildren, Arbor::tok_BeforeReplaceText, Arbor::tok_AfterReplaceText,
+    Arbor::tok_AfterSetAttribute, Arbor::tok_BeforeSelectionChange };
 
 class CountedFunctor final : public Arbor::Functor {
 public:
@@ -25,39 +35,36 @@ private:
     unsigned long& deleted;
 };
 
-// The XML with the attributes of every start tag in name order (values are escaped, so no '<'
-// or '>' appears inside a tag but its brackets).
-std::string sortAttributes(const std::string& xml)
+bool treeNode(Node* node)
 {
-    std::string sorted;
-    std::size_t at = 0;
-    while (at < xml.size()) {
-        const std::size_t open = xml.find('<', at);
-        const std::size_t close = open == std::string::npos ? open : xml.find('>', open);
-        if (close == std::string::npos) {
-            sorted += xml.substr(at);
-            break;
-        }
-        sorted += xml.substr(at, open - at);
-        std::vector<std::string> parts;
-        std::istringstream tag(xml.substr(open + 1, close - open - 1));
-        for (std::string part; std::getline(tag, part, ' ');)
-            parts.push_back(part);
-        if (parts.size() > 1) std::sort(parts.begin() + 1, parts.end());
-        sorted += '<';
-        for (std::size_t i = 0; i < parts.size(); ++i)
-            sorted += (i ? " " : "") + parts[i];
-        sorted += '>';
-        at = close + 1;
-    }
-    return sorted;
+    const int type = node->nodeType();
+    return type == Arbor::ELEMENT_NODE || type == Arbor::TEXT_NODE || type == Arbor::DOCUMENT_NODE
+        || type == Arbor::DOCUMENT_FRAGMENT_NODE;
 }
+
+std::u16string dataOf(Arbor::Text* text) { return text->data() ? text->data() : u""; }
+
+const char16_t* chars(const std::optional<std::u16string>& text)
+{
+    return text ? text->c_str() : nullptr;
+}
+
+// The point's position as child indices from the top of its tree, then `offset`; the top in `top`.
+std::vector<unsigned long> pathOf(Node* node, unsigned long offset, Node*& top)
+{
+    std::vector<unsigned long> path { offset };
+    for (; node->parent; node = node->parent)
+        path.push_back(node->parentOffset());
+    top = node;
+    std::reverse(path.begin(), path.end());
+    return path;
+}
+
+std::string pointsOf(const Arbor::Range* range) { return points(range); }
 
 } // namespace
 
 namespace Reliability {
-
-using namespace Choices;
 
 unsigned long RandomSource::below(unsigned long n)
 {
@@ -102,9 +109,8 @@ void ChaosObserver::onEvent(Arbor::DomEvent&)
     }
 }
 
-Interpreter::Interpreter(Source& source, bool strictAttributeOrder)
+Interpreter::Interpreter(Source& source)
     : source(source)
-    , strictAttributeOrder(strictAttributeOrder)
 {
     for (int i = 0; i < 3; ++i)
         observers.push_back(std::make_unique<ChaosObserver>(*this));
@@ -112,11 +118,6 @@ Interpreter::Interpreter(Source& source, bool strictAttributeOrder)
 }
 
 Interpreter::~Interpreter() { releaseEverything(); }
-
-Arbor::Document* Interpreter::document() const
-{
-    return static_cast<Arbor::Document*>(held[0].get());
-}
 
 void Interpreter::postCounted()
 {
@@ -127,39 +128,38 @@ void Interpreter::postCounted()
 void Interpreter::startEpisode()
 {
     liveAtStart = liveHostObjects();
-    model = Model();
-    held.clear();
-    numbers.clear();
-    bind(0, new TestDocument);
-    bind(1, new TestDocument);
+    for (auto& document : documents)
+        document = Plinth::Ref<TestDocument>(new TestDocument);
     for (auto& observer : observers)
         observer->registrations = 0;
     document()->addObserver(&log);
-    const int root = rootId = model.addNode(Kind::Element, 0, "root");
-    bind(root, static_cast<TestDocument*>(document())->makeElement("root"));
-    document()->appendChild(nodeOf(root));
-    model.replaceChildren(0, none, 0, root);
-    model.clear();
+    appendElement(document(), "root");
+    tasks.clear();
+    staleRanges.clear();
+    historyPure = true;
+    batchDepth = 0;
+    tornDown = false;
     ++counters.episodes;
+    checkAll();
 }
 
 void Interpreter::releaseEverything()
 {
     ranges.clear();
-    for (int id : { 0, 1 }) {
-        if (held.size() > static_cast<unsigned long>(id) && held[id]) {
-            auto* document = static_cast<Arbor::Document*>(held[id].get());
-            document->removeObserver(&log);
-            document->tearDown();
-        }
+    reached.clear();
+    for (auto& document : documents) {
+        if (!document) continue;
+        document->removeObserver(&log);
+        document->tearDown();
     }
     // Release the nodes and the documents in an order the choices pick.
+    for (auto& document : documents)
+        held.push_back(Plinth::Ref<Node>::adopt(document.release()));
     while (!held.empty()) {
         const unsigned long index = source.below(held.size());
         std::swap(held[index], held.back());
         held.pop_back();
     }
-    numbers.clear();
 }
 
 bool Interpreter::fail(const std::string& what)
@@ -169,85 +169,127 @@ bool Interpreter::fail(const std::string& what)
     return false;
 }
 
-bool Interpreter::expect(long expected, long actual)
+std::string Interpreter::xml() const { return ::xml(document()); }
+
+template <class Action> bool Interpreter::attempt(Action&& action)
 {
-    if (expected == actual) {
-        if (actual != 0) ++counters.refusals;
+    try {
+        action();
         return true;
+    } catch (const Arbor::DomException&) {
+    } catch (const Arbor::RangeException&) {
     }
-    return fail("expected result " + std::to_string(expected) + ", got " + std::to_string(actual));
+    ++counters.refusals;
+    return false;
 }
 
-int Interpreter::bind(int id, Arbor::Node* node)
+void Interpreter::touch(Node* node)
 {
-    if (held.size() <= static_cast<unsigned long>(id))
-        held.resize(static_cast<unsigned long>(id) + 1);
-    held[static_cast<unsigned long>(id)] = Plinth::Ref<Arbor::Node>(node);
-    numbers[node] = id;
-    return id;
+    if (node)
+        touched.push_back(
+            { Plinth::Ref<Node>(node), node->isDocumentChild(), touchesHistory(node) });
 }
 
-// Binds the model's pre-order numbers of a copy to the library's copy.
-int Interpreter::bindCopy(int id, Arbor::Node* node)
+// Whether an unrecorded change of `node` can show in the document after undoing: it is the
+// document, its content, or in a tree (or parentless chain) that an undo record holds a node of.
+// A node the history keeps may have moved into another tree since; a change there still shows
+// once undo links it back in.
+bool Interpreter::touchesHistory(Node* node)
 {
-    bind(id, node);
-    Arbor::Node* child = node->firstChild();
-    for (int childId : model.at(id).children) {
-        if (!child) return fail("copy has fewer children than its original"), id;
-        bindCopy(childId, child);
-        child = child->nextSibling();
+    if (node == document() || node->isDocumentChild()) return true;
+    if (node->document != document()) return false;
+    auto topOf = [](Node* at) {
+        while (at->parent || at->previous)
+            at = at->parent ? at->parent : at->previous;
+        return at;
+    };
+    Node* top = topOf(node);
+    for (Plinth::Operation* op : document()->undoStack.operations) {
+        if (auto* children = dynamic_cast<Arbor::ReplaceChildrenOperation*>(op)) {
+            if (topOf(children->parent) == top) return true;
+            for (Node* at = children->replacement; at; at = at->next) {
+                if (topOf(at) == top) return true;
+            }
+        } else if (auto* text = dynamic_cast<Arbor::ReplaceTextOperation*>(op)) {
+            if (topOf(text->text) == top) return true;
+        } else if (auto* attribute = dynamic_cast<Arbor::AttributeOperation*>(op)) {
+            if (topOf(attribute->element) == top) return true;
+        }
     }
-    if (child) fail("copy has more children than its original");
-    return id;
+    return false;
 }
 
-int Interpreter::numberOf(Arbor::Node* node) const
+// Follows the main document's history: which tasks it holds, the XML before each, and whether
+// the step changed something undo can bring back without recording it.
+void Interpreter::trackHistory(const std::string& xmlBefore)
 {
-    if (!node) return none;
-    auto found = numbers.find(node);
-    return found == numbers.end() ? -2 : found->second;
-}
-
-Arbor::Node* Interpreter::nodeOf(int id) const
-{
-    return id < 0 ? nullptr : held[static_cast<unsigned long>(id)].get();
-}
-
-std::string Interpreter::xml()
-{
-    std::ostringstream os;
-    document()->putXml(os);
-    return os.str();
-}
-
-int Interpreter::pick(bool (*accept)(const ModelNode&), unsigned long noneChance)
-{
-    std::vector<int> candidates;
-    for (unsigned long id = 0; id < model.nodes.size(); ++id) {
-        if (model.nodes[id].alive && accept(model.nodes[id]))
-            candidates.push_back(static_cast<int>(id));
+    bool unrecorded = false;
+    for (const Touched& at : touched) {
+        if (!(at.inContent && at.node->isDocumentChild())
+            && (at.touchedHistory || touchesHistory(at.node.get())))
+            unrecorded = true;
     }
-    if (candidates.empty() || (noneChance && source.chance(noneChance))) return none;
+    const Arbor::UndoStack& stack = document()->undoStack;
+    auto firstOperation = [&](unsigned long task) {
+        const unsigned long start = stack.taskStarts[task];
+        return start < stack.operations.size() ? stack.operations[start] : nullptr;
+    };
+    unsigned long match = 0;
+    while (match < tasks.size() && !stack.taskStarts.empty()
+        && tasks[match].first != firstOperation(0))
+        ++match;
+    bool keptOld = false;
+    std::vector<std::pair<Plinth::Operation*, std::string>> now;
+    for (unsigned long task = 0; task < stack.taskStarts.size(); ++task) {
+        Plinth::Operation* first = firstOperation(task);
+        if (match < tasks.size() && tasks[match].first == first) {
+            now.push_back(tasks[match++]);
+            keptOld = true;
+        } else {
+            now.emplace_back(first, xmlBefore);
+            match = tasks.size();
+        }
+    }
+    if (now.empty())
+        historyPure = true;
+    else if (!keptOld)
+        historyPure = !unrecorded;
+    else if (unrecorded)
+        historyPure = false;
+    tasks.swap(now);
+    touched.clear();
+}
+
+Node* Interpreter::pick(int type, unsigned long noneChance, bool preferContent)
+{
+    const bool content = preferContent && source.chance(2);
+    std::vector<Node*> candidates;
+    for (Node* node : reached) {
+        if (treeNode(node) && (type == 0 || node->nodeType() == type)
+            && !(type == -1 && node->asText())
+            && (!content || (node->document == document() && node->isDocumentChild())))
+            candidates.push_back(node);
+    }
+    if (candidates.empty() || (noneChance && source.chance(noneChance))) return nullptr;
     return candidates[source.below(candidates.size())];
 }
 
-int Interpreter::pickParent()
+Node* Interpreter::pickParent()
 {
-    if (source.chance(3)) return pick(innerNode, 0);
-    std::vector<int> content;
-    for (unsigned long id = 0; id < model.nodes.size(); ++id) {
-        if (model.nodes[id].alive && model.nodes[id].kind == Kind::Element
-            && model.inContent(static_cast<int>(id)))
-            content.push_back(static_cast<int>(id));
+    if (source.chance(3)) return pick(-1);
+    std::vector<Node*> content;
+    for (Node* node : reached) {
+        if (node->asElement() && node->isDocumentChild() && node->document == document())
+            content.push_back(node);
     }
-    return content.empty() ? pick(innerNode, 0) : content[source.below(content.size())];
+    return content.empty() ? pick(-1) : content[source.below(content.size())];
 }
 
-int Interpreter::pickChild(int parent)
+Node* Interpreter::pickChild(Node* parent)
 {
-    const std::vector<int>& children = model.at(parent).children;
-    if (!children.empty() && !source.chance(4)) return children[source.below(children.size())];
-    return pick(anyNode, 4);
+    const unsigned long count = parent->asText() ? 0 : parent->items();
+    if (count && !source.chance(4)) return parent->findChild(source.below(count));
+    return pick(0, 4);
 }
 
 unsigned long Interpreter::pickOffset(unsigned long length)
@@ -301,20 +343,466 @@ Arbor::Variant Interpreter::pickValue()
     }
 }
 
+bool Interpreter::makeNode()
+{
+    operation = "make node";
+    if (held.size() > 60) return releaseNode();
+    TestDocument* d = documents[source.chance(8) ? 1 : 0].get();
+    const char* tag = tags[source.below(4)];
+    const std::u16string text = pickText();
+    switch (source.below(5)) {
+    case 0:
+        return held.emplace_back(d->makeElement(tag)), true;
+    case 1:
+        return held.emplace_back(d->createElement(Arbor::Token(tag))), true;
+    case 2:
+        return held.emplace_back(d->makeText(text.c_str())), true;
+    case 3:
+        return held.emplace_back(d->createTextNode(text.c_str())), true;
+    default:
+        return held.emplace_back(d->createDocumentFragment()), true;
+    }
+}
+
+bool Interpreter::childOperation()
+{
+    // The document element leaves the document rarely, and an empty document gets an element
+    // back often: most changes should happen in the content, where they are recorded.
+    const bool empty = !document()->firstChild();
+    Node* parent = empty && source.chance(2) ? document() : pickParent();
+    if (!parent) return true;
+    Node* newChild = pick(empty && parent == document() ? Arbor::ELEMENT_NODE : 0, 24);
+    for (int again = 0;
+         again < 4 && newChild && newChild == document()->firstChild() && !source.chance(64);
+         ++again)
+        newChild = pick(0, 24);
+    touch(parent);
+    // Moving a node changes its old parent, or the parentless chain it is cut out of.
+    if (newChild && (newChild->parent || newChild->previous || newChild->next))
+        touch(newChild->parent ? newChild->parent : newChild);
+    const unsigned long kind = source.below(5);
+    Node* other = kind == 1 ? nullptr : pickChild(parent);
+    // The reference child is held for the call's length, as a host holds what it passes: one held
+    // only by the new child's chain link would die when the new child is cut out of its chain.
+    const Plinth::Ref<Node> holdOther(other);
+    const unsigned long counts[] = { 0, 1, 1, 2, 3, ULONG_MAX };
+    static const char* const names[]
+        = { "insertBefore", "appendChild", "replaceChild", "removeChild", "replaceChildren" };
+    operation = names[kind];
+    attempt([&] {
+        if (kind == 0)
+            parent->insertBefore(newChild, other);
+        else if (kind == 1)
+            parent->appendChild(newChild);
+        else if (kind == 2)
+            parent->replaceChild(newChild, other);
+        else if (kind == 3)
+            parent->removeChild(other);
+        else
+            parent->replaceChildren(other, counts[source.below(6)], newChild);
+    });
+    return true;
+}
+
+bool Interpreter::textOperation()
+{
+    Node* picked = pick(Arbor::TEXT_NODE, 0, true);
+    Arbor::Text* text = picked ? picked->asText() : nullptr;
+    // Often a text that a range points into, so that the edit moves points.
+    for (auto& range : ranges) {
+        if (range->endContainer && range->endContainer->asText() && source.chance(2))
+            text = range->endContainer->asText();
+    }
+    if (!text) return makeNode();
+    touch(text);
+    const std::u16string old = dataOf(text);
+    const unsigned long length = old.size();
+    unsigned long offset = pickOffset(length);
+    unsigned long count = pickOffset(length);
+    std::optional<std::u16string> data = pickText();
+    if (source.chance(6)) data.reset();
+    // The points in the text, to follow the edit: a point in the removed units goes to its
+    // start, one after them moves back by the units removed and forward by the units inserted.
+    std::vector<std::pair<unsigned long*, unsigned long>> points;
+    if (text->isDocumentChild()) {
+        for (Node* node : reached) {
+            if (node->nodeType() != Arbor::RANGE_NODE) continue;
+            auto* range = static_cast<Arbor::Range*>(node);
+            if (range->isDetached() || range->isSuspended() || staleRanges.count(range)) continue;
+            if (range->startContainer == text)
+                points.emplace_back(&range->startOffset, range->startOffset);
+            if (range->endContainer == text)
+                points.emplace_back(&range->endOffset, range->endOffset);
+        }
+    }
+    bool done = false;
+    switch (source.below(7)) {
+    case 0:
+    case 1:
+        operation = "replaceData";
+        done = attempt([&] { text->replaceData(offset, count, chars(data)); });
+        break;
+    case 2:
+        operation = "insertData";
+        done = attempt([&] { text->insertData(offset, chars(data)); });
+        count = 0;
+        break;
+    case 3:
+        operation = "appendData";
+        done = attempt([&] { text->appendData(chars(data)); });
+        offset = length;
+        count = 0;
+        break;
+    case 4:
+        operation = "deleteData";
+        done = attempt([&] { text->deleteData(offset, count); });
+        data.reset();
+        break;
+    case 5:
+        operation = "setData";
+        done = attempt([&] { text->setData(chars(data)); });
+        offset = 0;
+        count = length;
+        break;
+    default: {
+        operation = "substringData";
+        char16_t* copy = nullptr;
+        done = attempt([&] { copy = text->substringData(offset, count); });
+        std::unique_ptr<char16_t, Plinth::FreeDeleter> owned(copy);
+        if (done != (offset <= length)) return fail("substringData refused wrongly");
+        const std::u16string wanted = done ? old.substr(offset, count) : std::u16string();
+        if (wanted.empty() ? copy != nullptr : (!copy || wanted != copy))
+            return fail("substringData gave other units");
+        return true;
+    }
+    }
+    std::u16string expected = old;
+    if (done) expected.replace(offset, std::min(count, length - offset), data ? *data : u"");
+    if (dataOf(text) != expected)
+        return fail(done ? "the edit gave other text" : "a refused edit changed the text");
+    if (text->data() && expected.empty()) return fail("empty text keeps a buffer");
+    const unsigned long removed = std::min(count, length - std::min(offset, length));
+    const unsigned long added = data ? data->size() : 0;
+    for (const auto& [point, before] : points) {
+        unsigned long wanted = before < offset ? before
+            : before - offset < removed        ? offset
+                                               : before - removed;
+        wanted += offset < wanted ? added : 0;
+        if (done && *point != wanted)
+            return fail(
+                "a point at " + std::to_string(before) + " moved to " + std::to_string(*point));
+    }
+    return true;
+}
+
+bool Interpreter::splitText()
+{
+    operation = "splitText";
+    Node* picked = pick(Arbor::TEXT_NODE);
+    Arbor::Text* text = picked ? picked->asText() : nullptr;
+    if (!text) return makeNode();
+    touch(text);
+    touch(text->parent);
+    const std::u16string old = dataOf(text);
+    const unsigned long offset = pickOffset(old.size());
+    Arbor::Text* made = nullptr;
+    if (!attempt([&] { made = text->splitText(offset); })) return true;
+    if (!made || dataOf(text) != old.substr(0, offset) || dataOf(made) != old.substr(offset)
+        || (text->parent && text->next != made))
+        return fail("the split gave other texts");
+    held.emplace_back(made);
+    return true;
+}
+
+bool Interpreter::attributeOperation()
+{
+    Node* picked = pick(Arbor::ELEMENT_NODE);
+    Arbor::Element* element = picked ? picked->asElement() : nullptr;
+    if (!element) return makeNode();
+    touch(element);
+    const std::string name = "a" + std::to_string(source.below(24));
+    const Arbor::Token token(name.c_str());
+    const Arbor::Variant old = element->getAttribute(token);
+    bool done = false;
+    Arbor::Variant value;
+    if (source.chance(3)) {
+        operation = "removeAttribute " + name;
+        done = attempt([&] { element->removeAttribute(token); });
+    } else {
+        operation = "setAttribute " + name;
+        value = pickValue();
+        done = attempt([&] { element->setAttribute(token, value); });
+    }
+    if (element->getAttribute(token) != (done ? value : old))
+        return fail(done ? "the attribute has another value" : "a refused change took effect");
+    return true;
+}
+
+bool Interpreter::cloneNode()
+{
+    operation = "cloneNode";
+    Node* node = pick();
+    if (!node || node->nodeType() == Arbor::DOCUMENT_NODE) return true;
+    const bool deep = source.chance(2);
+    Plinth::Ref<Node> copy(node->cloneNode(deep));
+    if (!copy || copy->parent || copy->next || copy->nodeType() != node->nodeType())
+        return fail("cloneNode gave no unlinked copy");
+    if ((deep || node->asText()) && ::xml(copy.get()) != ::xml(node))
+        return fail("the copy writes other XML");
+    held.push_back(copy);
+    return true;
+}
+
+bool Interpreter::toggleSwitch()
+{
+    operation = "toggle switch";
+    static const char* const switches[] = { "", "", "", "r", "c", "s", "m", "e", "rcsme" };
+    Node* node = pick();
+    if (auto* element = dynamic_cast<TestElement*>(node); element && source.chance(5))
+        element->passNotices = source.chance(3);
+    else
+        setSwitches(node, switches[source.below(9)]);
+    return true;
+}
+
+bool Interpreter::historyOperation()
+{
+    Arbor::Document* d = document();
+    const unsigned long choice = source.below(16);
+    if (choice < 6) {
+        operation = "undo";
+        attempt([&] { d->undo(); });
+    } else if (choice < 10) {
+        operation = "redo";
+        attempt([&] { d->redo(); });
+    } else if (choice < 13) {
+        operation = "newUndoTask";
+        d->newUndoTask();
+    } else if (choice < 14) {
+        operation = "maxUndoTasks";
+        const unsigned long limits[] = { 0, 1, 2, 5, 100, 100, 100, 100 };
+        const unsigned long n = limits[source.below(8)];
+        d->maxUndoTasks(n);
+        if (d->canUndo() || d->canRedo() || d->maxUndoTasks() != n)
+            return fail("maxUndoTasks kept history or another limit");
+    } else {
+        operation = "clearUndoStack";
+        d->clearUndoStack();
+        if (d->canUndo() || d->canRedo()) return fail("clearUndoStack kept history");
+    }
+    return true;
+}
+
+bool Interpreter::batchOperation()
+{
+    if (batchDepth == 0 ? source.chance(2) : batchDepth < 3 && source.chance(4)) {
+        operation = "beginBatchChanges";
+        document()->beginBatchChanges();
+        ++batchDepth;
+    } else {
+        operation = "endBatchChanges";
+        document()->endBatchChanges();
+        batchDepth -= batchDepth != 0;
+    }
+    return true;
+}
+
+bool Interpreter::observerOperation()
+{
+    operation = "observers";
+    Arbor::Document* d = document();
+    ChaosObserver& observer = *observers[source.below(observers.size())];
+    const unsigned long choice = source.below(4);
+    if (choice == 2) {
+        d->removeObserver(&observer);
+    } else if (choice == 3) {
+        postCounted();
+    } else if (!tornDown) {
+        if (source.chance(2))
+            d->addObserver(&observer);
+        else
+            d->addObserver(&observer, eventTypes[source.below(6)]);
+        ++observer.registrations;
+    }
+    return true;
+}
+
+bool Interpreter::rangeSetter(Arbor::Range* range)
+{
+    Node* node = pick(source.chance(2) ? Arbor::TEXT_NODE : 0, 16, true);
+    const std::string before = pointsOf(range);
+    const int kind = static_cast<int>(source.below(8));
+    const bool start = kind % 2 == 0;
+    Node* container = node;
+    unsigned long offset = 0;
+    bool done = false;
+    if (kind < 2) {
+        operation = start ? "setStart" : "setEnd";
+        offset = node ? source.below(node->items() + 2) : 0;
+        done
+            = attempt([&] { start ? range->setStart(node, offset) : range->setEnd(node, offset); });
+    } else if (kind < 6) {
+        const bool after = kind >= 4;
+        operation = std::string(start ? "setStart" : "setEnd") + (after ? "After" : "Before");
+        if (node) {
+            container = node->parent;
+            offset = node->parentOffset() + after;
+        }
+        done = attempt([&] {
+            if (start)
+                after ? range->setStartAfter(node) : range->setStartBefore(node);
+            else
+                after ? range->setEndAfter(node) : range->setEndBefore(node);
+        });
+    } else {
+        operation = kind == 6 ? "selectNode" : "selectNodeContents";
+        done = attempt(
+            [&] { kind == 6 ? range->selectNode(node) : range->selectNodeContents(node); });
+    }
+    if (!done) return pointsOf(range) == before ? true : fail("a refused setter moved the range");
+    if (range->isSuspended()) return true;
+    Node* wantedStart = start ? container : range->startContainer;
+    Node* wantedEnd = start ? range->endContainer : container;
+    unsigned long wantedOffsets[2]
+        = { start ? offset : range->startOffset, start ? range->endOffset : offset };
+    if (kind == 6) {
+        wantedStart = wantedEnd = node->parent;
+        wantedOffsets[0] = node->parentOffset();
+        wantedOffsets[1] = wantedOffsets[0] + 1;
+    } else if (kind == 7) {
+        wantedStart = wantedEnd = node;
+        wantedOffsets[0] = 0;
+        wantedOffsets[1] = node->items();
+    }
+    if (range->startContainer != wantedStart || range->endContainer != wantedEnd
+        || range->startOffset != wantedOffsets[0] || range->endOffset != wantedOffsets[1])
+        return fail("the setter set other points: " + pointsOf(range));
+    return true;
+}
+
+bool Interpreter::rangeOperation()
+{
+    Arbor::Document* d = document();
+    if (ranges.empty() || source.chance(8)) {
+        operation = "createRange";
+        Arbor::Range* made = d->createRange(source.chance(2));
+        if (!made != tornDown)
+            return fail("createRange gave null exactly when the document is live");
+        if (made && ranges.size() < 6 && !source.chance(4)) ranges.emplace_back(made);
+        return true;
+    }
+    const unsigned long index = source.below(ranges.size());
+    Arbor::Range* range = ranges[index].get();
+    const bool detached = range->isDetached();
+    switch (source.below(10)) {
+    case 0:
+    case 1:
+    case 2:
+        return rangeSetter(range);
+    case 3:
+        operation = "collapse";
+        return attempt([&] { range->collapse(source.chance(2)); }) != detached
+            ? true
+            : fail("collapse refused wrongly");
+    case 4: {
+        operation = "compareBoundaryPoints";
+        Arbor::Range* other
+            = source.chance(8) ? nullptr : ranges[source.below(ranges.size())].get();
+        const int how = static_cast<int>(source.below(5));
+        int result = 0;
+        const bool done = attempt([&] { result = range->compareBoundaryPoints(how, other); });
+        if (!done || how == 4 || staleRanges.count(range) || staleRanges.count(other)
+            || range->isSuspended() || other->isSuspended())
+            return true;
+        Node* top[2];
+        const auto a = pathOf(how < 2 ? range->startContainer : range->endContainer,
+            how < 2 ? range->startOffset : range->endOffset, top[0]);
+        const auto b = pathOf(how == 0 || how == 3 ? other->startContainer : other->endContainer,
+            how == 0 || how == 3 ? other->startOffset : other->endOffset, top[1]);
+        const int wanted = a == b ? 0 : a < b ? -1 : 1;
+        return top[0] != top[1] || result == wanted
+            ? true
+            : fail("compareBoundaryPoints gave " + std::to_string(result));
+    }
+    case 5: {
+        operation = "cloneRange";
+        Arbor::Range* copy = nullptr;
+        if (attempt([&] { copy = range->cloneRange(source.chance(2)); }) == detached)
+            return fail("cloneRange refused wrongly");
+        if (!copy) return true;
+        Plinth::Ref<Arbor::Range> hold(copy);
+        if (staleRanges.count(range)) staleRanges.insert(copy);
+        if (ranges.size() < 6) ranges.push_back(hold);
+        if (!copy->isSuspended() && pointsOf(copy) != pointsOf(range))
+            return fail("the copy has other points");
+        return true;
+    }
+    case 6:
+        operation = "deselect";
+        range->deselect();
+        return range->isSelected() ? fail("still selected") : true;
+    case 7:
+        operation = "detach";
+        return attempt([&] { range->detach(); }) != detached ? true
+                                                             : fail("detach refused wrongly");
+    case 8:
+        operation = "release range";
+        ranges.erase(ranges.begin() + static_cast<long>(index));
+        return true;
+    default: {
+        operation = "selected ranges";
+        unsigned long seen = 0;
+        for (Arbor::Range* r = d->firstSelectedRange(); r; r = d->nextSelectedRange(r)) {
+            if (!r->isSelected() || r->isDetached() || ++seen > 1000)
+                return fail("the selection walk met an unselected or detached range");
+        }
+        return true;
+    }
+    }
+}
+
+bool Interpreter::releaseNode()
+{
+    operation = "release node";
+    if (held.empty()) return true;
+    const unsigned long index = source.below(held.size());
+    std::swap(held[index], held.back());
+    held.pop_back();
+    return true;
+}
+
+bool Interpreter::query()
+{
+    operation = "query";
+    Node* node = pick();
+    if (!node) return true;
+    Node* top = node;
+    while (top->parent && top->parent->nodeType() != Arbor::DOCUMENT_NODE)
+        top = top->parent;
+    const bool inContent
+        = top->parent && top == top->parent->firstChild() && top->parent == node->document;
+    if (node->isDocumentChild() != inContent) return fail("isDocumentChild disagrees");
+    unsigned long index = 0;
+    for (Node* before = node->previous; node->parent && before; before = before->previous)
+        ++index;
+    if (node->parentOffset() != index) return fail("parentOffset disagrees");
+    if (node->parent && node->parent->findChild(index) != node)
+        return fail("findChild(index) disagrees");
+    return true;
+}
+
 bool Interpreter::step()
 {
     if (!failureText.empty()) return false;
     ++counters.steps;
     log.clear();
     hookLog().clear();
-    model.xmlBeforeStep = xml();
-    model.unrecordedInStep = false;
+    const std::string before = xml();
     // Each operation with its weight out of 40.
     using Run = bool (*)(Interpreter&);
     static const std::pair<unsigned long, Run> operations[] = {
         { 3, [](Interpreter& i) { return i.makeNode(); } },
-        { 6, [](Interpreter& i) { return i.childOperation(); } },
-        { 2, [](Interpreter& i) { return i.directReplace(); } },
+        { 8, [](Interpreter& i) { return i.childOperation(); } },
         { 4, [](Interpreter& i) { return i.textOperation(); } },
         { 2, [](Interpreter& i) { return i.splitText(); } },
         { 3, [](Interpreter& i) { return i.attributeOperation(); } },
@@ -328,7 +816,15 @@ bool Interpreter::step()
         { 1, [](Interpreter& i) { return i.observerOperation(); } },
         { 4, [](Interpreter& i) { return i.rangeOperation(); } },
         { 1, [](Interpreter& i) { return i.releaseNode(); } },
-        { 1, [](Interpreter& i) { return i.source.chance(40) ? i.tearDown() : i.query(); } },
+        { 1,
+            [](Interpreter& i) {
+                if (!i.source.chance(40)) return i.query();
+                i.operation = "tearDown";
+                i.document()->tearDown();
+                i.tornDown = true;
+                ++i.batchDepth;
+                return true;
+            } },
         { 6, [](Interpreter& i) { return i.query(); } },
     };
     bool ok = true;
@@ -340,11 +836,12 @@ bool Interpreter::step()
         }
         choice -= entry.first;
     }
+    trackHistory(before);
     // ARBOR_TRACE=1 lists the steps, to find the one that leads to a failure.
     static const bool trace = std::getenv("ARBOR_TRACE") != nullptr;
     if (trace)
-        std::fprintf(stderr, "%lu %s: undo tasks %zu, done %lu\n", counters.steps,
-            operation.c_str(), model.taskStarts.size(), model.doneTasks);
+        std::fprintf(stderr, "%lu %s: undo tasks %zu, pure %d\n", counters.steps, operation.c_str(),
+            tasks.size(), historyPure);
     return ok && checkAll();
 }
 
@@ -352,40 +849,27 @@ bool Interpreter::finishEpisode()
 {
     if (!failureText.empty()) return false;
     operation = "undo everything";
-    const std::string final = xml();
-    const bool pure = model.historyPure && model.canUndo();
-    const unsigned long done = model.doneTasks;
-    const std::string start = model.taskXml.empty() ? std::string() : model.taskXml.front();
+    const bool pure = historyPure;
+    std::vector<std::string> undone;
     bool replayed = true;
-    while (model.canUndo()) {
-        const long actual = attempt([&] { document()->undo(); });
-        const long expected = model.undo();
-        replayed = replayed && expected == 0;
-        if (!expect(expected, actual) || !checkAll()) return false;
-    }
-    if (pure && replayed) {
-        ++counters.undoAllChecks;
-        if (xml() != start
-            && (strictAttributeOrder || sortAttributes(xml()) != sortAttributes(start)))
-            return fail("undoing every task gave\n" + xml() + "instead of\n" + start);
-        counters.attributeOrderSlips += xml() != start;
+    while (replayed && document()->canUndo()) {
+        const unsigned long task = document()->undoStack.doneTasks - 1;
+        undone.push_back(xml());
+        replayed = attempt([&] { document()->undo(); });
+        if (!checkAll()) return false;
+        if (pure && replayed && task < tasks.size() && xml() != tasks[task].second)
+            return fail("undoing task " + std::to_string(task) + " gave\n" + xml() + "instead of\n"
+                + tasks[task].second);
+        counters.undoAllChecks += pure && replayed;
     }
     operation = "redo everything";
-    for (unsigned long task = 0; task < done && replayed; ++task) {
-        const long actual = attempt([&] { document()->redo(); });
-        const long expected = model.redo();
-        replayed = expected == 0;
-        if (!expect(expected, actual) || !checkAll()) return false;
-    }
-    // Like undoing, redoing reaches the final XML only when nothing that the history can link
-    // back in was changed without a record.
-    if (pure && replayed && xml() != final)
-        return fail("redoing the undone tasks gave\n" + xml() + "instead of\n" + final);
-    while (model.canRedo()) {
-        const long actual = attempt([&] { document()->redo(); });
-        const long expected = model.redo();
-        replayed = replayed && expected == 0;
-        if (!expect(expected, actual) || !checkAll()) return false;
+    while (replayed && document()->canRedo()) {
+        replayed = attempt([&] { document()->redo(); });
+        if (!checkAll()) return false;
+        if (undone.empty()) continue;
+        if (pure && replayed && xml() != undone.back())
+            return fail("redoing gave\n" + xml() + "instead of\n" + undone.back());
+        undone.pop_back();
     }
     operation = "release everything";
     releaseEverything();
@@ -397,6 +881,71 @@ bool Interpreter::finishEpisode()
         return fail(std::to_string(liveHostObjects() - liveAtStart)
             + " host objects outlive their documents");
     startEpisode();
+    return failureText.empty();
+}
+
+bool Interpreter::checkRanges()
+{
+    std::vector<Arbor::Range*> all;
+    for (Node* node : reached) {
+        if (node->nodeType() == Arbor::RANGE_NODE) all.push_back(static_cast<Arbor::Range*>(node));
+    }
+    std::unordered_set<Arbor::Range*> stale;
+    for (Arbor::Range* range : all) {
+        if (range->isDetached()) {
+            if (range->startContainer || range->endContainer || range->isSelected())
+                return fail("a detached range keeps containers or the selection");
+            continue;
+        }
+        if (!range->startContainer || !range->endContainer)
+            return fail("an attached range lacks a container");
+        if (range->isSuspended()) {
+            if (range->startContainer != range->document || range->endContainer != range->document
+                || range->startOffset || range->endOffset)
+                return fail("a parked range is not at (document, 0)");
+            continue;
+        }
+        auto checkable = [&](Node* node, unsigned long offset) {
+            return node->isDocumentChild() || (node == node->document && offset <= node->items());
+        };
+        // A point outside the content misses the changes made there (nothing announces them),
+        // so once a range has had one, its offsets prove nothing any more.
+        if (staleRanges.count(range) || !checkable(range->startContainer, range->startOffset)
+            || !checkable(range->endContainer, range->endOffset)) {
+            stale.insert(range);
+            continue;
+        }
+        if (range->startOffset > range->startContainer->items()
+            || range->endOffset > range->endContainer->items())
+            return fail("a range offset lies past its container's items: " + pointsOf(range));
+        Node* top[2];
+        if (pathOf(range->endContainer, range->endOffset, top[1])
+            < pathOf(range->startContainer, range->startOffset, top[0]))
+            return fail("a range starts after its end: " + pointsOf(range));
+    }
+    staleRanges.swap(stale);
+    return true;
+}
+
+bool Interpreter::checkAll()
+{
+    if (!failureText.empty()) return false;
+    Held holders;
+    for (auto& node : held)
+        ++holders[node.get()];
+    for (auto& range : ranges)
+        ++holders[range.get()];
+    for (auto& document : documents)
+        ++holders[document.get()];
+    const std::string problems = linkProblems({}, &holders, &reached);
+    if (!problems.empty()) return fail(problems);
+    if (!checkRanges()) return false;
+    if (functorsPosted != functorsDeleted + document()->postedFunctions.size())
+        return fail("posted functions were lost or deleted twice");
+    for (auto& observer : observers) {
+        if (observer->registrations < 0)
+            return fail("an observer heard more unObserve calls than registrations");
+    }
     return true;
 }
 

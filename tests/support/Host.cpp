@@ -1,5 +1,7 @@
 #include "tests/support/Host.h"
 
+#include "tests/support/Links.h"
+
 #include <memory>
 #include <ostream>
 #include <sstream>
@@ -129,28 +131,15 @@ std::string label(Arbor::Node* node)
     return nameOf(node);
 }
 
-std::string siblings(Arbor::Node* head, Arbor::Node* parent)
+std::string siblings(Arbor::Node* head)
 {
     std::string out;
-    Arbor::Node* before = nullptr;
-    for (Arbor::Node* node = head; node; before = node, node = node->next) {
-        if (before) out += ' ';
-        out += label(node);
-        if (node->previous != before) out += "(bad previous)";
-        if (node->parent != parent) out += "(bad parent)";
-    }
+    for (Arbor::Node* node = head; node; node = node->next)
+        out += (node == head ? "" : " ") + label(node);
     return out;
 }
 
-std::string children(Arbor::Node* node)
-{
-    std::string out = siblings(node->firstChild(), node);
-    Arbor::Node* tail = node->firstChild();
-    while (tail && tail->next)
-        tail = tail->next;
-    if (node->lastChild() != tail) out += " (bad last)";
-    return out;
-}
+std::string children(Arbor::Node* node) { return siblings(node->firstChild()); }
 
 // TestElement
 
@@ -286,6 +275,20 @@ void expectRangeError(long code, const std::function<void()>& action)
     ADD_FAILURE() << "expected " << Arbor::RangeException(code).causeName() << ", nothing thrown";
 }
 
+void setSwitches(Arbor::Node* target, const char* switches)
+{
+    auto has = [&](char c) { return std::string(switches).find(c) != std::string::npos; };
+    if (auto* element = dynamic_cast<TestElement*>(target)) {
+        element->readOnlyNode = has('r');
+        element->refuseChildren = has('c');
+        element->refuseSet = has('s');
+        element->refuseRemove = has('m');
+    } else if (auto* text = dynamic_cast<TestText*>(target)) {
+        text->readOnlyNode = has('r');
+        text->refuseEdit = has('e');
+    }
+}
+
 // EventLog
 
 void EventLog::unObserve(Arbor::Token type)
@@ -360,6 +363,13 @@ void HostTest::SetUp()
 void HostTest::TearDown()
 {
     rootElement = nullptr;
+    // Whatever the test did, every link and count of both documents must still agree.
+    Held fixture;
+    for (Arbor::Node* document :
+        { static_cast<Arbor::Node*>(doc.get()), static_cast<Arbor::Node*>(other.get()) }) {
+        if (document) fixture[document] = 1;
+    }
+    EXPECT_EQ(linkProblems({}, &fixture), "");
     if (doc) {
         doc->removeObserver(&events);
         doc->tearDown();
@@ -387,6 +397,26 @@ Plinth::Ref<Arbor::Range> HostTest::range(
 Snapshot HostTest::snapshot()
 {
     return Snapshot { xml(doc.get()), events.lines(), doc->canUndo(), doc->canRedo() };
+}
+
+void HostTest::expectRefusals(Arbor::Node* target, const std::vector<Refusal>& rows,
+    const std::function<std::string()>& elsewhere)
+{
+    for (const Refusal& row : rows) {
+        SCOPED_TRACE(row.name);
+        setSwitches(target, row.switches);
+        const Snapshot before = snapshot();
+        const std::string outside = elsewhere ? elsewhere() : std::string();
+        if (row.code)
+            expectDomError(row.code, row.call);
+        else
+            row.call();
+        EXPECT_EQ(snapshot(), before);
+        if (elsewhere) {
+            EXPECT_EQ(elsewhere(), outside);
+        }
+    }
+    setSwitches(target, "");
 }
 
 void HostTest::expectUndoRedoRestores(const std::function<void()>& change)

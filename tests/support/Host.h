@@ -27,10 +27,10 @@ std::vector<std::string>& hookLog();
 std::string nameOf(Arbor::Node* node);
 /// An element by its tag, a text node as its data in quotes, anything else by `nameOf`.
 std::string label(Arbor::Node* node);
-/// The nodes from `head` along `next` as "a 'xy' b". A node whose `previous` does not point back
-/// at the node before it (null for the head) or whose `parent` is not `parent` is flagged.
-std::string siblings(Arbor::Node* head, Arbor::Node* parent = nullptr);
-/// The children of `node`, checked as `siblings` does and also against `lastChild()`.
+/// The nodes from `head` along `next` as "a 'xy' b". Whether the links agree is the business of
+/// the shared checker (tests/support/Links.h), which every HostTest runs at its end.
+std::string siblings(Arbor::Node* head);
+/// The children of `node`, as `siblings` writes them.
 std::string children(Arbor::Node* node);
 
 /// ASCII text of UTF-16 data: "" for null, '?' for every unit above 0x7F.
@@ -173,6 +173,19 @@ struct Snapshot {
 };
 std::ostream& operator<<(std::ostream& os, const Snapshot& snapshot);
 
+/// One row of a refusal-order table: the switches set on the target ('r' read-only, 'c' refuse
+/// children, 's' refuse sets, 'm' refuse removals, 'e' refuse text edits), the call, and the
+/// DomException code it must raise (0: none, and nothing may change either).
+struct Refusal {
+    const char* name;
+    const char* switches;
+    std::function<void()> call;
+    long code;
+};
+
+/// Sets the switches of a TestElement or TestText as a Refusal row spells them.
+void setSwitches(Arbor::Node* target, const char* switches);
+
 /// The fixture every suite aliases (`using ReplaceChildrenTest = HostTest;`).
 ///
 /// Setup: a fresh TestDocument with a document element "root" and `events` registered for every
@@ -198,6 +211,12 @@ protected:
         Arbor::Node* sc, unsigned long so, Arbor::Node* ec, unsigned long eo);
     /// The document's XML, the event lines so far and its undo state.
     Snapshot snapshot();
+
+    /// Runs each row on `target` and expects its code, with the document's snapshot and
+    /// `elsewhere()` (what the call could change outside the document) unchanged; the switches
+    /// are cleared afterwards.
+    void expectRefusals(Arbor::Node* target, const std::vector<Refusal>& rows,
+        const std::function<std::string()>& elsewhere = nullptr);
 
     /// Runs `change` in a new undo task, then expects undo to restore the document's XML from
     /// before and redo the XML from after.

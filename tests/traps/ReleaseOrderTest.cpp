@@ -3,7 +3,7 @@
 // twice, read after it is freed or leaked.
 
 #include "tests/support/Host.h"
-#include "tests/traps/LinkCheck.h"
+#include "tests/support/Links.h"
 
 #include <gtest/gtest.h>
 
@@ -117,7 +117,7 @@ void runOrder(const std::vector<Item>& order, bool batch, bool tearDownFirst, bo
             expectRangesDetached(scene, released);
             if (!released[Root]) {
                 EXPECT_EQ(scene.root->parentNode(), nullptr);
-                traps::expectConsistent({ scene.root });
+                EXPECT_LINKS_SOUND({ scene.root });
                 EXPECT_EQ(scene.root->items(), 3u);
             }
         }
@@ -194,7 +194,7 @@ TEST(ReleaseOrderTest, NodesOutliveTheirDocument)
         if (element) {
             EXPECT_EQ(element->parentNode(), nullptr);
             EXPECT_EQ(xml(element.get()), "<e><f></f>inner</e>");
-            traps::expectConsistent({ element.get() });
+            EXPECT_LINKS_SOUND({ element.get() });
         }
         if (text) {
             // The first surviving sibling loses its dangling `previous` and keeps <g/> after it.
@@ -203,7 +203,7 @@ TEST(ReleaseOrderTest, NodesOutliveTheirDocument)
             EXPECT_EQ(label(text.get()), "'mid'");
             ASSERT_NE(text->nextSibling(), nullptr);
             EXPECT_EQ(nameOf(text->nextSibling()), "g");
-            traps::expectConsistent({ text.get() });
+            EXPECT_LINKS_SOUND({ text.get() });
         }
         if (c.textFirst) text.reset();
         element.reset();

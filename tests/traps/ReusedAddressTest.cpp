@@ -1,7 +1,7 @@
 // A replay never acts on a node other than the one it recorded: here a new element takes the
 // address of one just destroyed, as any allocator may do.
 
-#include "arbor/document/NodeWatch.h"
+#include "arbor/document/internal/NodeWatch.h"
 #include "tests/support/Host.h"
 
 #include <gtest/gtest.h>

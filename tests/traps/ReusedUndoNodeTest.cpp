@@ -3,7 +3,7 @@
 // on working.
 
 #include "tests/support/Host.h"
-#include "tests/traps/LinkCheck.h"
+#include "tests/support/Links.h"
 
 #include <gtest/gtest.h>
 
@@ -88,14 +88,14 @@ TEST_F(ReusedUndoNodeTest, UndoAndRedoRefuseANodeReusedOutsideTheContent)
             EXPECT_FALSE(document().canUndo());
             EXPECT_FALSE(document().canRedo());
             EXPECT_EQ(document().operationDepth, 0u);
-            traps::expectConsistent({ root(), holder.get(), reused, oldChild.get() });
+            EXPECT_LINKS_SOUND({ root(), holder.get(), reused, oldChild.get() });
 
             // The document goes on working: new changes are recorded and undone.
             expectUndoRedoRestores([&] {
                 appendElement(root(), "later");
                 root()->removeChild(root()->firstChild());
             });
-            traps::expectConsistent({ root() });
+            EXPECT_LINKS_SOUND({ root() });
 
             while (root()->firstChild())
                 root()->removeChild(root()->firstChild());
@@ -140,7 +140,7 @@ TEST_F(ReusedUndoNodeTest, ReusedTailOfAKeptRunIsRefused)
         EXPECT_EQ(xml(&document()), before.xml);
         EXPECT_TRUE(events.lines().empty());
         EXPECT_EQ(tail->parentNode(), holder.get());
-        traps::expectConsistent({ root(), holder.get() });
+        EXPECT_LINKS_SOUND({ root(), holder.get() });
         while (root()->firstChild())
             root()->removeChild(root()->firstChild());
     }
@@ -162,7 +162,7 @@ TEST_F(ReusedUndoNodeTest, NodeReturnedBeforeTheReplayIsRestored)
     document().undo();
     EXPECT_EQ(xml(root()), "<root><a></a></root>");
     EXPECT_EQ(xml(holder.get()), "<d></d>");
-    traps::expectConsistent({ root(), holder.get() });
+    EXPECT_LINKS_SOUND({ root(), holder.get() });
 }
 
 // The history does not hold the child in front of which it inserted. When that child is destroyed
@@ -187,5 +187,5 @@ TEST_F(ReusedUndoNodeTest, InsertionPointDestroyedOutsideTheContent)
     expectDomError(Arbor::DomException::INVALID_STATE_ERR, [&] { document().undo(); });
     EXPECT_TRUE(events.lines().empty());
     EXPECT_EQ(xml(root()), "<root><p></p></root>");
-    traps::expectConsistent({ root() });
+    EXPECT_LINKS_SOUND({ root() });
 }

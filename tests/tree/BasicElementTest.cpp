@@ -140,30 +140,3 @@ TEST(BasicElementValueText, EveryVariantClass)
         EXPECT_EQ(text, "prefix:" + c.text);
     }
 }
-
-// An overwritten attribute keeps its place, and undone removals put attributes back where they
-// were, also behind a later addition; a name removed and set again takes its old place.
-TEST_F(BasicElementTest, AttributesKeepTheirPlacesThroughUndoAndRedo)
-{
-    root()->setAttribute(Token("a"), Arbor::LongVariant(1));
-    root()->setAttribute(Token("b"), Arbor::LongVariant(2));
-    root()->setAttribute(Token("c"), Arbor::LongVariant(3));
-    expectUndoRedoRestores([&] { root()->setAttribute(Token("a"), Arbor::StringVariant("x")); });
-    EXPECT_EQ(xml(root()), "<root a=\"x\" b=\"2\" c=\"3\"></root>");
-    document().undo();
-    expectUndoRedoRestores([&] {
-        root()->removeAttribute(Token("a"));
-        root()->removeAttribute(Token("b"));
-    });
-    document().undo();
-    expectUndoRedoRestores([&] {
-        root()->removeAttribute(Token("b"));
-        root()->setAttribute(Token("d"), Arbor::LongVariant(4));
-    });
-    document().undo();
-    EXPECT_EQ(xml(root()), "<root a=\"1\" b=\"2\" c=\"3\"></root>");
-    root()->removeAttribute(Token("a"));
-    root()->setAttribute(Token("e"), Arbor::LongVariant(5));
-    root()->setAttribute(Token("a"), Arbor::LongVariant(6));
-    EXPECT_EQ(xml(root()), "<root a=\"6\" b=\"2\" c=\"3\" e=\"5\"></root>");
-}

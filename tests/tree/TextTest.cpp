@@ -35,84 +35,18 @@ TEST_F(TextTest, EmptyTextHasNoBuffer)
     EXPECT_NE(fromEmpty->data(), source) << "the node keeps its own copy";
 }
 
-// Every form of the edit, on a detached text (applied at once) and on one in the document (an
-// undoable operation; refused edits leave the document as it was).
-TEST_F(TextTest, EditsClipCountsAndRefuseOffsetsPastTheEnd)
-{
-    using Edit = std::function<void(Arbor::Text&)>;
-    struct Case {
-        const char* name;
-        const char16_t* initial;
-        Edit edit;
-        const char* expected; // null: INDEX_SIZE_ERR
-    };
-    const Case cases[] = {
-        { "replace inside", u"hello", [](Arbor::Text& t) { t.replaceData(1, 2, u"XY"); }, "hXYlo" },
-        { "replace nothing by nothing", u"hello",
-            [](Arbor::Text& t) { t.replaceData(1, 0, nullptr); }, "hello" },
-        { "replace all by empty string", u"hello", [](Arbor::Text& t) { t.replaceData(0, 5, u""); },
-            "" },
-        { "delete inside", u"hello", [](Arbor::Text& t) { t.deleteData(1, 3); }, "ho" },
-        { "delete length", u"hello", [](Arbor::Text& t) { t.deleteData(0, t.length()); }, "" },
-        { "insert at the end", u"hello", [](Arbor::Text& t) { t.insertData(5, u"!"); }, "hello!" },
-        { "insert past the end", u"hello", [](Arbor::Text& t) { t.insertData(6, u"!"); }, nullptr },
-        { "append empty", u"hello", [](Arbor::Text& t) { t.appendData(u""); }, "hello" },
-        { "append to empty", u"", [](Arbor::Text& t) { t.appendData(u"ab"); }, "ab" },
-        { "set null", u"hello", [](Arbor::Text& t) { t.setData(nullptr); }, "" },
-        { "set", u"hello", [](Arbor::Text& t) { t.setData(u"new"); }, "new" },
-        { "set node value", u"", [](Arbor::Text& t) { t.setNodeValue(u"v"); }, "v" },
-        { "empty: huge count", u"", [](Arbor::Text& t) { t.replaceData(0, ULONG_MAX, u"abc"); },
-            "abc" },
-        { "empty: nothing", u"", [](Arbor::Text& t) { t.replaceData(0, 0, nullptr); }, "" },
-        { "empty: offset 1", u"", [](Arbor::Text& t) { t.insertData(1, u"x"); }, nullptr },
-    };
-    for (const Case& test : cases) {
-        SCOPED_TRACE(test.name);
-        Plinth::Ref<TestText> detached(document().makeText(test.initial));
-        TestText* inDocument = appendText(root(), test.initial);
-        if (!test.expected) {
-            expectDomError(1, [&] { test.edit(*detached); });
-            EXPECT_EQ(held(detached.get()), ascii(test.initial));
-            const Snapshot before = snapshot();
-            expectDomError(1, [&] { test.edit(*inDocument); });
-            EXPECT_EQ(snapshot(), before);
-        } else {
-            test.edit(*detached);
-            EXPECT_EQ(held(detached.get()), test.expected);
-            EXPECT_EQ(detached->length(), std::string(test.expected).size());
-            expectUndoRedoRestores([&] { test.edit(*inDocument); });
-            EXPECT_EQ(held(inDocument), test.expected);
-        }
-        root()->removeChild(inDocument);
-    }
-}
-
 // The offset is checked first, then read-only, then the node's own refusal, all before any change.
 TEST_F(TextTest, RefusalOrder)
 {
     TestText* t = appendText(root(), u"abc");
-    struct Case {
-        const char* name;
-        bool readOnly;
-        bool refuse;
-        std::function<void()> call;
-        long code;
-    };
-    const Case cases[] = {
-        { "offset before read-only", true, true, [&] { t->replaceData(4, 0, u"x"); }, 1 },
-        { "read-only before refusal", true, true, [&] { t->replaceData(0, 1, u"x"); }, 7 },
-        { "refusal", false, true, [&] { t->deleteData(0, 1); }, 3 },
-        { "split: offset before read-only", true, false, [&] { t->splitText(4); }, 1 },
-        { "split: read-only", true, false, [&] { t->splitText(1); }, 7 },
-    };
-    for (const Case& test : cases) {
-        SCOPED_TRACE(test.name);
-        t->readOnlyNode = test.readOnly;
-        t->refuseEdit = test.refuse;
-        const Snapshot before = snapshot();
-        expectDomError(test.code, test.call);
-        EXPECT_EQ(snapshot(), before);
-    }
+    expectRefusals(t,
+        {
+            { "offset before read-only", "re", [&] { t->replaceData(4, 0, u"x"); }, 1 },
+            { "read-only before refusal", "re", [&] { t->replaceData(0, 1, u"x"); }, 7 },
+            { "refusal", "e", [&] { t->deleteData(0, 1); }, 3 },
+            { "split: offset before read-only", "r", [&] { t->splitText(4); }, 1 },
+            { "split: read-only", "r", [&] { t->splitText(1); }, 7 },
+        });
 }
 
 TEST_F(TextTest, SplitWithAParentThatRefuses)
@@ -139,4 +73,49 @@ TEST_F(TextTest, SplitWithAParentThatRefuses)
     u->splitText(2);
     EXPECT_EQ(children(parent.get()), "'ab' 'cdef' k");
     EXPECT_TRUE(events.lines().empty());
+}
+
+// Every edit that leaves text behind gives the node a new buffer (allocated before the old one is
+// freed), whatever the sizes: growing, shrinking, the same size, and replacing nothing by nothing;
+// both on a detached node (the raw edit) and in the content (the recorded edit).
+TEST_F(TextTest, EveryEditGivesTheTextANewBuffer)
+{
+    struct Case {
+        unsigned long offset;
+        unsigned long count;
+        const char16_t* data;
+        const char* expected;
+    };
+    const Case cases[] = {
+        { 1, 0, nullptr, "hello" },
+        { 5, 0, u"!", "hello!" },
+        { 1, 2, u"XY", "hXYlo" },
+        { 1, 3, nullptr, "ho" },
+        { 0, 1, u"J", "Jello" },
+    };
+    for (const Case& c : cases) {
+        Plinth::Ref<TestText> detached(document().makeText(u"hello"));
+        TestText* inContent = appendText(root(), u"hello");
+        for (Arbor::Text* text :
+            { static_cast<Arbor::Text*>(detached.get()), static_cast<Arbor::Text*>(inContent) }) {
+            SCOPED_TRACE(std::string(c.expected) + (text->parentNode() ? " in the content" : ""));
+            const char16_t* before = text->data();
+            text->replaceData(c.offset, c.count, c.data);
+            EXPECT_EQ(ascii(text->data()), c.expected);
+            EXPECT_NE(text->data(), before);
+        }
+    }
+}
+
+// A split at either end is allowed and leaves an empty node, with no buffer, on that side.
+TEST_F(TextTest, SplitAtEitherEnd)
+{
+    TestText* t = appendText(root(), u"abc");
+    Arbor::Text* end = t->splitText(3);
+    EXPECT_EQ(end->data(), nullptr);
+    Arbor::Text* start = t->splitText(0);
+    EXPECT_EQ(children(root()), "'' 'abc' ''");
+    EXPECT_EQ(t->data(), nullptr);
+    EXPECT_EQ(ascii(start->data()), "abc");
+    expectDomError(1, [&] { t->splitText(1); });
 }

@@ -4,6 +4,7 @@
 #include <functional>
 #include <initializer_list>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -271,70 +272,85 @@ TEST_F(ModelOperationTest, AttributeOperationsAndTheirInverses)
     }
 }
 
-TEST_F(ModelOperationTest, RecordedOperationsCarryTheSameFields)
-{
-    TestElement* p = appendElement(root(), "p");
-    Plinth::Ref<Arbor::DocumentFragment> fragment(document().createDocumentFragment());
-    TestElement* x = appendElement(fragment.get(), "x");
-    appendElement(fragment.get(), "y");
-    appendElement(fragment.get(), "z");
-    p->appendChild(fragment.get());
-    auto* op
-        = dynamic_cast<Arbor::ReplaceChildrenOperation*>(document().undoStack.operations.back());
-    ASSERT_NE(op, nullptr);
-    EXPECT_EQ(op->parent, p);
-    expectFields(*op, x, 3, nullptr);
-    document().undo();
-    expectFields(*op, nullptr, 0, x);
-    document().redo();
-    expectFields(*op, x, 3, nullptr);
-}
+// An element that logs the references taken on it and every question put to its attribute store,
+// so the order in which an operation reads the store and holds the element shows.
+class StoreLogElement final : public Arbor::BasicElement {
+public:
+    Lines* log = nullptr;
+    bool throwOnHas = false;
 
-TEST_F(ModelOperationTest, OperationsHoldTheirNodesUntilDestroyed)
-{
-    TestElement* p = appendElement(root(), "p");
-    TestElement* kept = appendElement(p, "kept");
-    TestText* t = appendText(p, u"abc");
-    TestElement* fresh = document().makeElement("fresh");
-    Plinth::Ref<Arbor::Node> holdFresh(fresh);
-    struct Case {
-        const char* name;
-        std::function<Plinth::Operation*()> make;
-        std::vector<Arbor::Node*> held;
-    };
-    const Case cases[] = {
-        { "children",
-            [&] { return new Arbor::ReplaceChildrenOperation(&document(), p, kept, 1, fresh); },
-            { p, fresh } },
-        { "text", [&] { return new Arbor::ReplaceTextOperation(&document(), t, 0, 1, u"x"); },
-            { t } },
-        { "set attribute",
-            [&] { return new Arbor::SetAttributeOperation(&document(), p, "k", Arbor::Variant()); },
-            { p } },
-        { "remove attribute",
-            [&] { return new Arbor::RemoveAttributeOperation(&document(), p, "k"); }, { p } },
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.name);
-        std::vector<unsigned long> counts;
-        for (Arbor::Node* node : c.held)
-            counts.push_back(node->refCount);
-        std::unique_ptr<Plinth::Operation> op(c.make());
-        for (unsigned long i = 0; i < c.held.size(); ++i)
-            EXPECT_EQ(c.held[i]->refCount, counts[i] + 1);
-        op.reset();
-        for (unsigned long i = 0; i < c.held.size(); ++i)
-            EXPECT_EQ(c.held[i]->refCount, counts[i]);
+    StoreLogElement(Arbor::Document* document, Arbor::Token tag)
+        : BasicElement(document, tag)
+    {
     }
 
-    // A removed child lives on in the operation alone and goes with it.
-    const long live = liveHostObjects();
-    auto removal
-        = std::make_unique<Arbor::ReplaceChildrenOperation>(&document(), p, kept, 1, nullptr);
-    removal->execute();
-    EXPECT_EQ(liveHostObjects(), live);
-    removal.reset();
-    EXPECT_EQ(liveHostObjects(), live - 1);
+    void ref() const override
+    {
+        if (log) log->push_back("ref");
+        BasicElement::ref();
+    }
+    bool hasAttribute(Arbor::Token name) override
+    {
+        if (log) log->push_back(std::string("has(") + name.name + ")");
+        if (throwOnHas) throw std::runtime_error("store");
+        return BasicElement::hasAttribute(name);
+    }
+    Arbor::Variant getAttribute(Arbor::Token name) override
+    {
+        if (log) log->push_back(std::string("get(") + name.name + ")");
+        return BasicElement::getAttribute(name);
+    }
+};
+
+// Building an attribute operation first holds the element, then asks whether it has the
+// attribute; a removal asks again before it reads the value it keeps for undo.
+TEST_F(ModelOperationTest, OperationsHoldTheElementBeforeAskingTheStore)
+{
+    auto* element = new StoreLogElement(&document(), Arbor::Token("e", true));
+    root()->appendChild(element);
+    const Arbor::Token name("a", true);
+    element->setAttribute(name, Arbor::StringVariant("v"));
+
+    struct Case {
+        const char* what;
+        bool remove;
+        Lines expected;
+    };
+    const Case cases[] = {
+        { "remove", true, { "ref", "has(a)", "has(a)", "get(a)" } },
+        { "set", false, { "ref", "has(a)" } },
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        Lines log;
+        element->log = &log;
+        if (c.remove) {
+            Arbor::RemoveAttributeOperation op(&document(), element, name);
+            EXPECT_TRUE(op.hadAttribute);
+        } else {
+            Arbor::SetAttributeOperation op(&document(), element, name, Arbor::StringVariant("w"));
+            EXPECT_TRUE(op.hadAttribute);
+        }
+        element->log = nullptr;
+        EXPECT_EQ(log, c.expected);
+    }
+}
+
+// A store that throws while the operation is being built leaves the element's count as it was.
+TEST_F(ModelOperationTest, StoreFailureWhileBuildingKeepsTheCount)
+{
+    auto* element = new StoreLogElement(&document(), Arbor::Token("e", true));
+    root()->appendChild(element);
+    const Arbor::Token name("a", true);
+    const unsigned long count = element->refCount;
+    element->throwOnHas = true;
+    EXPECT_THROW(Arbor::RemoveAttributeOperation(&document(), element, name), std::runtime_error);
+    EXPECT_THROW(
+        Arbor::SetAttributeOperation(&document(), element, name, Arbor::StringVariant("w")),
+        std::runtime_error);
+    element->throwOnHas = false;
+    EXPECT_EQ(element->refCount, count);
+    EXPECT_EQ(element->parent, root());
 }
 
 } // namespace

@@ -1,5 +1,5 @@
-#ifndef ARBOR_TREE_XML_NAMES_H
-#define ARBOR_TREE_XML_NAMES_H
+#ifndef ARBOR_TREE_INTERNAL_XML_NAMES_H
+#define ARBOR_TREE_INTERNAL_XML_NAMES_H
 
 // Internal: not exported and not part of the umbrella header.
 

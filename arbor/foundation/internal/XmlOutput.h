@@ -1,5 +1,5 @@
-#ifndef ARBOR_FOUNDATION_XML_OUTPUT_H
-#define ARBOR_FOUNDATION_XML_OUTPUT_H
+#ifndef ARBOR_FOUNDATION_INTERNAL_XML_OUTPUT_H
+#define ARBOR_FOUNDATION_INTERNAL_XML_OUTPUT_H
 
 // Internal: not exported and not part of the umbrella header.
 

@@ -1,5 +1,5 @@
-#ifndef ARBOR_DOCUMENT_NODE_WATCH_H
-#define ARBOR_DOCUMENT_NODE_WATCH_H
+#ifndef ARBOR_DOCUMENT_INTERNAL_NODE_WATCH_H
+#define ARBOR_DOCUMENT_INTERNAL_NODE_WATCH_H
 
 // Internal: lets side tables keyed by node address hear when one of a document's nodes is
 // destroyed, so that a new node the allocator places at the same address is never taken for it.

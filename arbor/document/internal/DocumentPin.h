@@ -1,5 +1,5 @@
-#ifndef ARBOR_DOCUMENT_DOCUMENT_PIN_H
-#define ARBOR_DOCUMENT_DOCUMENT_PIN_H
+#ifndef ARBOR_DOCUMENT_INTERNAL_DOCUMENT_PIN_H
+#define ARBOR_DOCUMENT_INTERNAL_DOCUMENT_PIN_H
 
 // Internal: keeps a document alive while one of its own operations runs.
 

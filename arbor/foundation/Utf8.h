@@ -1,5 +1,5 @@
-#ifndef ARBOR_TREE_UTF8_H
-#define ARBOR_TREE_UTF8_H
+#ifndef ARBOR_FOUNDATION_UTF8_H
+#define ARBOR_FOUNDATION_UTF8_H
 
 #include "arbor/foundation/Export.h"
 #include "arbor/values/Token.h"

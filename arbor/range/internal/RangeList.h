@@ -1,5 +1,5 @@
-#ifndef ARBOR_RANGE_RANGE_LIST_H
-#define ARBOR_RANGE_RANGE_LIST_H
+#ifndef ARBOR_RANGE_INTERNAL_RANGE_LIST_H
+#define ARBOR_RANGE_INTERNAL_RANGE_LIST_H
 
 // Internal: not exported and not part of the umbrella header.
 

@@ -1,5 +1,5 @@
-#ifndef ARBOR_TREE_CHAIN_RELEASE_H
-#define ARBOR_TREE_CHAIN_RELEASE_H
+#ifndef ARBOR_TREE_INTERNAL_CHAIN_RELEASE_H
+#define ARBOR_TREE_INTERNAL_CHAIN_RELEASE_H
 
 // Internal: not exported and not part of the umbrella header.
 

@@ -1,5 +1,5 @@
-#ifndef ARBOR_UNDO_OPERATION_POOL_H
-#define ARBOR_UNDO_OPERATION_POOL_H
+#ifndef ARBOR_UNDO_INTERNAL_OPERATION_POOL_H
+#define ARBOR_UNDO_INTERNAL_OPERATION_POOL_H
 
 // Internal: not exported and not part of the umbrella header.
 

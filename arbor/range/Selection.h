@@ -1,5 +1,5 @@
-#ifndef ARBOR_DOCUMENT_SELECTION_H
-#define ARBOR_DOCUMENT_SELECTION_H
+#ifndef ARBOR_RANGE_SELECTION_H
+#define ARBOR_RANGE_SELECTION_H
 
 #include "arbor/document/Document.h"
 

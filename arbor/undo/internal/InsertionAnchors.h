@@ -1,9 +1,9 @@
-#ifndef ARBOR_UNDO_INSERTION_ANCHORS_H
-#define ARBOR_UNDO_INSERTION_ANCHORS_H
+#ifndef ARBOR_UNDO_INTERNAL_INSERTION_ANCHORS_H
+#define ARBOR_UNDO_INTERNAL_INSERTION_ANCHORS_H
 
 // Internal: identities of the nodes that recorded operations point at without counting them.
 
-#include "arbor/document/NodeWatch.h"
+#include "arbor/document/internal/NodeWatch.h"
 
 #include <cstddef>
 #include <vector>

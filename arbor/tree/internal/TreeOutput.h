@@ -1,9 +1,9 @@
-#ifndef ARBOR_TREE_TREE_OUTPUT_H
-#define ARBOR_TREE_TREE_OUTPUT_H
+#ifndef ARBOR_TREE_INTERNAL_TREE_OUTPUT_H
+#define ARBOR_TREE_INTERNAL_TREE_OUTPUT_H
 
 // Internal: not exported and not part of the umbrella header.
 
-#include "arbor/foundation/XmlOutput.h"
+#include "arbor/foundation/internal/XmlOutput.h"
 #include "arbor/values/Token.h"
 
 namespace Arbor {

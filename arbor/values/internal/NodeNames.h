@@ -1,5 +1,5 @@
-#ifndef ARBOR_VALUES_NODE_NAMES_H
-#define ARBOR_VALUES_NODE_NAMES_H
+#ifndef ARBOR_VALUES_INTERNAL_NODE_NAMES_H
+#define ARBOR_VALUES_INTERNAL_NODE_NAMES_H
 
 // Internal: the node-kind name tokens interned when the library is loaded.
 
