@@ -23,6 +23,7 @@ class Comment;
 class ProcessingInstruction;
 class DocumentType;
 struct NodeWatchList;
+class InsertionAnchors;
 
 /// One registration of an observer.
 struct ObserverEntry {
@@ -180,6 +181,7 @@ public:
 private:
     friend class DocumentPin;
     friend struct NodeWatchList;
+    friend class InsertionAnchors;
     /// Depth of running operations that keep the document alive.
     mutable unsigned long pinDepth = 0;
     /// Whether the document was counted by anyone when the outermost pin was taken.
@@ -188,6 +190,12 @@ private:
     mutable bool releasedWhilePinned = false;
     // Side tables that hear of node destruction (NodeWatch.h); null while there are none.
     NodeWatchList* nodeWatchers = nullptr;
+    // Replay anchors (InsertionAnchors.h): changes of children that no operation recorded, the
+    // depth of recorded ones running, the executed child operations alive and their death log.
+    unsigned long long unrecordedChildChanges = 0;
+    unsigned long recordedChildChangeDepth = 0;
+    unsigned long anchoredOperations = 0;
+    InsertionAnchors* insertionAnchors = nullptr;
 
     void notifyBatch(bool begin);
 };

@@ -65,7 +65,7 @@ void Arbor::RangeList::onEvent(DomEvent& event)
         forEachRange([&event](Range* range) { range->onEvent(event); });
 }
 
-void Arbor::RangeList::add(Range* range) { replaceChildrenRaw(nullptr, 0, range); }
+void Arbor::RangeList::add(Range* range) { relinkChildren(nullptr, 0, range); }
 
 void Arbor::RangeList::purgeRanges()
 {
@@ -74,7 +74,7 @@ void Arbor::RangeList::purgeRanges()
         if (node->refCount == 1) {
             auto* range = static_cast<Range*>(node);
             if (!range->isDetached()) range->detachSilent();
-            replaceChildrenRaw(range, 1, nullptr);
+            relinkChildren(range, 1, nullptr);
         }
         node = following;
     }

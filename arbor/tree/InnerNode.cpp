@@ -3,6 +3,7 @@
 #include "arbor/foundation/Ref.h"
 #include "arbor/foundation/internal/Assert.h"
 #include "arbor/tree/internal/ChainRelease.h"
+#include "arbor/undo/internal/InsertionAnchors.h"
 
 Arbor::InnerNode::InnerNode(Document* document)
     : Node(document)
@@ -28,6 +29,12 @@ unsigned long Arbor::InnerNode::items() { return countFollowing(first); }
 bool Arbor::InnerNode::mayReplaceChildren(Node*, unsigned long, Node*) { return true; }
 
 void Arbor::InnerNode::replaceChildrenRaw(Node* runHead, unsigned long count, Node* newChild)
+{
+    InsertionAnchors::noteRawChange(document);
+    relinkChildren(runHead, count, newChild);
+}
+
+void Arbor::InnerNode::relinkChildren(Node* runHead, unsigned long count, Node* newChild)
 {
     if (!newChild && (!runHead || count == 0)) return;
     Node* tail = newChild ? adoptChain(newChild) : nullptr;

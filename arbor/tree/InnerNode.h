@@ -35,6 +35,11 @@ public:
     /// reference this node held on it (the caller now owns it); null when there are none.
     Node* takeChildren();
 
+protected:
+    /// The raw replacement without noting it as a change no operation records; for child lists
+    /// that never hold an operation's insertion point.
+    void relinkChildren(Node* first, unsigned long count, Node* newChild);
+
 private:
     Node* adoptChain(Node* head);
     void appendChain(Node* head, Node* tail);

@@ -36,8 +36,9 @@ void Arbor::Document::doModelOperation(ModelOperation* op)
         owned->execute();
         undoStack.addOp(owned.release());
     }
-    if (rangeList) rangeList->purgeRanges();
-    executePostedFunctions();
+    // Both steps find nothing to do in the usual case: skip the calls then.
+    if (rangeList && rangeList->first) rangeList->purgeRanges();
+    if (!postedFunctions.empty()) executePostedFunctions();
 }
 
 void Arbor::Document::undo()

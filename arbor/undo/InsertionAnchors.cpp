@@ -2,39 +2,47 @@
 
 #include <cstdint>
 #include <memory>
-#include <typeinfo>
+#include <new>
 
-namespace {
-
-bool isAnchors(const Arbor::NodeWatcher* watcher)
+Arbor::InsertionAnchors::InsertionAnchors(Document* document)
+    : document(document)
+    , base(document->unrecordedChildChanges)
 {
-    // The class is final: comparing the dynamic type is enough, and much cheaper than a cast.
-    return typeid(*watcher) == typeid(Arbor::InsertionAnchors);
 }
 
-} // namespace
-
-Arbor::InsertionAnchors* Arbor::InsertionAnchors::find(Document* document)
+void Arbor::InsertionAnchors::startLog(Document* document)
 {
-    return static_cast<InsertionAnchors*>(findNodeWatcher(document, isAnchors));
+    std::unique_ptr<InsertionAnchors> log(new InsertionAnchors(document));
+    addNodeWatcher(document, log.get());
+    document->insertionAnchors = log.release();
 }
 
-Arbor::InsertionAnchors& Arbor::InsertionAnchors::of(Document* document)
+void Arbor::InsertionAnchors::release(Document* document) noexcept
 {
-    if (InsertionAnchors* anchors = find(document)) return *anchors;
-    auto anchors = std::make_unique<InsertionAnchors>();
-    addNodeWatcher(document, anchors.get());
-    return *anchors.release(); // deleted by documentDestroyed
+    if (--document->anchoredOperations != 0) return;
+    if (InsertionAnchors* log = document->insertionAnchors) {
+        document->insertionAnchors = nullptr;
+        removeNodeWatcher(document, log);
+        delete log;
+    }
+}
+
+bool Arbor::InsertionAnchors::lost(
+    const Document* document, const Node* node, unsigned long long stamp)
+{
+    if (document->unrecordedChildChanges == stamp) return false;
+    const InsertionAnchors* log = document->insertionAnchors;
+    if (!log) return true; // ended with its document: nothing can be trusted
+    if (stamp < log->unloggedBefore) return true;
+    const Entry* entry = log->lookup(node);
+    return entry && entry->death > stamp;
 }
 
 std::size_t Arbor::InsertionAnchors::home(const Node* node) const
 {
-    // Nodes made one after another mostly lie one after another, and so do the changes that
-    // anchor them: within a 4 MiB stretch of memory neighbouring nodes get neighbouring places
-    // (the table is walked in order, not at random), while the stretches themselves are spread.
     const auto key = reinterpret_cast<std::uintptr_t>(node);
-    const std::uint64_t place = (key >> 6) + (key >> 22) * 0x9e3779b97f4a7c15ULL;
-    return static_cast<std::size_t>(place) & (table.size() - 1);
+    const std::uint64_t place = (key >> 4) * 0x9e3779b97f4a7c15ULL;
+    return static_cast<std::size_t>(place >> 20) & (table.size() - 1);
 }
 
 const Arbor::InsertionAnchors::Entry* Arbor::InsertionAnchors::lookup(const Node* node) const
@@ -47,74 +55,45 @@ const Arbor::InsertionAnchors::Entry* Arbor::InsertionAnchors::lookup(const Node
     }
 }
 
-Arbor::InsertionAnchors::Entry* Arbor::InsertionAnchors::lookup(const Node* node)
+bool Arbor::InsertionAnchors::grow() noexcept
 {
-    return const_cast<Entry*>(static_cast<const InsertionAnchors*>(this)->lookup(node));
-}
-
-// Frees the entry's place and moves later entries of its probe run back into the gap, so every
-// lookup still meets its entry before the first free place.
-void Arbor::InsertionAnchors::erase(Entry* entry) noexcept
-{
-    const std::size_t mask = table.size() - 1;
-    std::size_t gap = static_cast<std::size_t>(entry - table.data());
-    for (std::size_t at = (gap + 1) & mask; table[at].node; at = (at + 1) & mask) {
-        const std::size_t want = home(table[at].node);
-        // The entry may fill the gap when its home does not lie between the gap and it.
-        if (((at - want) & mask) >= ((at - gap) & mask)) {
-            table[gap] = table[at];
-            gap = at;
+    try {
+        std::vector<Entry> old(table.empty() ? 64 : table.size() * 2, Entry { nullptr, 0 });
+        old.swap(table);
+        for (const Entry& entry : old) {
+            if (!entry.node) continue;
+            std::size_t at = home(entry.node);
+            while (table[at].node)
+                at = (at + 1) & (table.size() - 1);
+            table[at] = entry;
         }
+        return true;
+    } catch (const std::bad_alloc&) {
+        return false;
     }
-    table[gap].node = nullptr;
-    --used;
-}
-
-void Arbor::InsertionAnchors::grow()
-{
-    std::vector<Entry> old(table.empty() ? 16 : table.size() * 2, Entry { nullptr, 0, 0 });
-    old.swap(table);
-    for (const Entry& entry : old) {
-        if (!entry.node) continue;
-        std::size_t at = home(entry.node);
-        while (table[at].node)
-            at = (at + 1) & (table.size() - 1);
-        table[at] = entry;
-    }
-}
-
-unsigned long long Arbor::InsertionAnchors::hold(Node* node)
-{
-    Entry* entry = lookup(node);
-    if (!entry) {
-        if (2 * (used + 1) > table.size()) grow();
-        std::size_t at = home(node);
-        while (table[at].node)
-            at = (at + 1) & (table.size() - 1);
-        entry = &table[at];
-        *entry = Entry { node, nextIdentity++, 0 };
-        ++used;
-    }
-    ++entry->holders;
-    return entry->identity;
-}
-
-void Arbor::InsertionAnchors::release(Node* node, unsigned long long identity) noexcept
-{
-    Entry* entry = lookup(node);
-    if (!entry || entry->identity != identity) return;
-    if (--entry->holders == 0) erase(entry);
-}
-
-bool Arbor::InsertionAnchors::holds(Node* node, unsigned long long identity) const
-{
-    const Entry* entry = lookup(node);
-    return entry && entry->identity == identity;
 }
 
 void Arbor::InsertionAnchors::nodeDestroyed(Node* node) noexcept
 {
-    if (Entry* entry = lookup(node)) erase(entry);
+    const unsigned long long now = document->unrecordedChildChanges;
+    if (now == base) return; // every change since the first operation was recorded
+    if (const Entry* found = lookup(node)) {
+        const_cast<Entry*>(found)->death = now;
+        return;
+    }
+    if (2 * (used + 1) > table.size() && !grow()) {
+        unloggedBefore = now;
+        return;
+    }
+    std::size_t at = home(node);
+    while (table[at].node)
+        at = (at + 1) & (table.size() - 1);
+    table[at] = Entry { node, now };
+    ++used;
 }
 
-void Arbor::InsertionAnchors::documentDestroyed(Document*) noexcept { delete this; }
+void Arbor::InsertionAnchors::documentDestroyed(Document* ended) noexcept
+{
+    ended->insertionAnchors = nullptr;
+    delete this;
+}

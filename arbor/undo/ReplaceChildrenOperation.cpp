@@ -71,12 +71,9 @@ Arbor::ReplaceChildrenOperation::ReplaceChildrenOperation(
 
 Arbor::ReplaceChildrenOperation::~ReplaceChildrenOperation()
 {
-    if (anchor) {
-        if (InsertionAnchors* anchors = InsertionAnchors::find(document))
-            anchors->release(first, anchor);
-    }
     Plinth::releaseCounted(replacement);
     Plinth::releaseCounted(parent);
+    if (executed) InsertionAnchors::release(document);
 }
 
 // A host may have moved one of the operation's nodes meanwhile (a removed node reused outside the
@@ -86,9 +83,8 @@ Arbor::ReplaceChildrenOperation::~ReplaceChildrenOperation()
 // it may be gone: it is looked up among the children before it is read.
 void Arbor::ReplaceChildrenOperation::checkPlacement()
 {
-    InsertionAnchors* anchors = first ? InsertionAnchors::find(document) : nullptr;
     const bool placed
-        = (!first || (anchors && anchors->holds(first, anchor) && isChild(parent, first)))
+        = (!first || (!InsertionAnchors::lost(document, first, stamp) && isChild(parent, first)))
         && runIsChildOf(first, count, parent)
         && (!replacement
             || (!replacement->parent && !replacement->previous
@@ -103,24 +99,12 @@ void Arbor::ReplaceChildrenOperation::execute()
     // children); the first execution follows the caller's own checks of the same request.
     if (executed) checkPlacement();
 
-    // The next `first` is not counted: its identity is noted before anything changes (running out
-    // of memory there leaves everything as it was), so a later replay can tell it from a new node
-    // at the same address.
+    // The next `first` is not counted: the stamp taken now lets a later replay tell it from a new
+    // node at the same address. The first execution starts the document's death log if needed
+    // (running out of memory there leaves everything as it was).
+    if (!executed) InsertionAnchors::anchor(document);
+    const unsigned long long nextStamp = InsertionAnchors::stamp(document);
     Node* nextFirst = replacement ? replacement : nodeAfterRun(first, count);
-    struct Anchor {
-        InsertionAnchors* anchors = nullptr;
-        Node* node = nullptr;
-        unsigned long long identity = 0;
-        ~Anchor()
-        {
-            if (identity) anchors->release(node, identity);
-        }
-    } next;
-    if (nextFirst) {
-        next.anchors = &InsertionAnchors::of(document);
-        next.identity = next.anchors->hold(nextFirst);
-        next.node = nextFirst;
-    }
 
     executed = true;
     BeforeReplaceChildrenEvent before(parent, first, replacement, count);
@@ -131,15 +115,16 @@ void Arbor::ReplaceChildrenOperation::execute()
     const unsigned long inserted = Node::countFollowing(replacement);
     Plinth::Ref<Node> newPosition(nextFirst);
 
-    parent->replaceChildrenRaw(first, count, replacement);
+    {
+        InsertionAnchors::RecordedChange recorded(document);
+        parent->replaceChildrenRaw(first, count, replacement);
+    }
     Node* node = replacement;
     for (unsigned long i = 0; i < inserted && node; ++i, node = node->next)
         node->afterParentChanged();
 
-    if (anchor) InsertionAnchors::find(document)->release(first, anchor);
     first = newPosition.get();
-    anchor = next.identity;
-    next.identity = 0;
+    stamp = nextStamp;
     replacementLength = count;
     count = inserted;
     Plinth::assignCounted(replacement, removedHead.get());

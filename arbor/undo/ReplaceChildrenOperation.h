@@ -20,10 +20,11 @@ class Node;
 /// just validated the same request, and no host code runs in between.
 ///
 /// `first` is not counted, so a replay looks it up among the children of `parent` by address
-/// before reading it, and makes sure that it is still the node the operation stored: the
-/// destruction of a stored `first` is noted through its document, so a new node that the
-/// allocator places at the same address is never taken for it (the replay refuses with
-/// INVALID_STATE_ERR, as for a moved node).
+/// before reading it, and makes sure that it is still the node the operation stored: a stored
+/// `first` can only die after a change of children that no operation records, and the document
+/// notes those changes and the deaths that follow them, so a new node that the allocator places
+/// at the same address is never taken for it (the replay refuses with INVALID_STATE_ERR, as for
+/// a moved node).
 class ARBOR_API ReplaceChildrenOperation : public ModelOperation {
 public:
     /// The node whose children are replaced; counted.
@@ -50,8 +51,8 @@ private:
     unsigned long replacementLength;
     /// False until the first execution has run; replays check their nodes first.
     bool executed = false;
-    /// Identity of the node `first` points at, kept by the document's insertion anchors (0: none).
-    unsigned long long anchor = 0;
+    /// The document's count of unrecorded child changes when `first` was stored (InsertionAnchors).
+    unsigned long long stamp = 0;
 
     void checkPlacement();
 };

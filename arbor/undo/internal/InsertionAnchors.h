@@ -1,8 +1,10 @@
 #ifndef ARBOR_UNDO_INTERNAL_INSERTION_ANCHORS_H
 #define ARBOR_UNDO_INTERNAL_INSERTION_ANCHORS_H
 
-// Internal: identities of the nodes that recorded operations point at without counting them.
+// Internal: tells a replayed child operation whether the uncounted node it inserts before may
+// have been destroyed (and its address reused) since the operation last ran.
 
+#include "arbor/document/Document.h"
 #include "arbor/document/internal/NodeWatch.h"
 
 #include <cstddef>
@@ -10,45 +12,88 @@
 
 namespace Arbor {
 
-/// The uncounted nodes one document's operations point at, each with an identity that lasts
-/// until the node is destroyed. An operation keeps the identity it got from `hold`; once the node
-/// is gone, a new node at the same address gets a new identity, so `holds` tells them apart. The
-/// table watches the document's node destructions and ends with the document.
+/// The insertion point a recorded child operation keeps is not counted, yet it cannot die as
+/// long as every change of the document's children is recorded: after an execution it is a child
+/// of the operation's (counted) parent, a later recorded change that takes it out keeps it for
+/// undo, and the history deletes later operations before earlier ones or together with them.
+/// Only a change of children that no history records (on a node outside the content, or a direct
+/// call of the raw replacement) can let it die. So the document counts those changes, every
+/// execution notes the count (its stamp), and a replay that finds the count unchanged needs no
+/// further proof. While executed child operations live, a log of this class watches the
+/// document's node destructions and keeps, for every address at which a node died after an
+/// unrecorded change, the count at that moment; a replay whose count has moved asks it whether
+/// its node died after its stamp. Recorded changes thus cost two increments and no lookup.
+///
+/// The library's own range list relinks its ranges without counting: ranges are never insertion
+/// points. A host's override of the raw replacement that relinks children without calling the
+/// inner node's own is not seen.
 class InsertionAnchors final : public NodeWatcher {
 public:
-    /// The document's table, made (and registered as a watcher) on first use.
-    static InsertionAnchors& of(Document* document);
-    /// The document's table, or null if it has none.
-    static InsertionAnchors* find(Document* document);
+    /// The count of unrecorded changes of children of `document`'s nodes.
+    static unsigned long long stamp(const Document* document)
+    {
+        return document->unrecordedChildChanges;
+    }
+    /// Called by the raw replacement before it changes anything: counts the change unless a
+    /// recorded operation makes it.
+    static void noteRawChange(Document* document) noexcept
+    {
+        if (document && document->recordedChildChangeDepth == 0) ++document->unrecordedChildChanges;
+    }
 
-    /// Adds a holder to `node` and returns its identity (never 0).
-    unsigned long long hold(Node* node);
-    /// Drops a holder taken with `hold`; does nothing once the node is gone.
-    void release(Node* node, unsigned long long identity) noexcept;
-    /// Whether `node` is still the node that had `identity`.
-    bool holds(Node* node, unsigned long long identity) const;
+    /// Marks the raw replacement that a recorded operation runs.
+    class RecordedChange {
+    public:
+        /// Raises the document's depth of recorded changes.
+        explicit RecordedChange(Document* document)
+            : document(document)
+        {
+            ++document->recordedChildChangeDepth;
+        }
+        /// Lowers it again, also when the change throws.
+        ~RecordedChange() { --document->recordedChildChangeDepth; }
+        RecordedChange(const RecordedChange&) = delete;
+        RecordedChange& operator=(const RecordedChange&) = delete;
+
+    private:
+        Document* document;
+    };
+
+    /// An operation executes for the first time; the log watches from now on. Throws
+    /// `std::bad_alloc` with nothing changed.
+    static void anchor(Document* document)
+    {
+        if (document->anchoredOperations == 0) startLog(document);
+        ++document->anchoredOperations;
+    }
+    /// An executed operation ends; the log ends with the last one.
+    static void release(Document* document) noexcept;
+    /// Whether `node`, an operation's insertion point as of `stamp`, may have been destroyed
+    /// since. Never reads `node`.
+    static bool lost(const Document* document, const Node* node, unsigned long long stamp);
 
     void nodeDestroyed(Node* node) noexcept override;
     void documentDestroyed(Document* document) noexcept override;
 
 private:
-    // Open addressing with linear probing in a table of a power-of-two size at most half full:
-    // a change of a document's content holds and releases an anchor, and those cost no
-    // allocation once the table has grown to the history's size.
+    // Open addressing with linear probing in a table of a power-of-two size at most half full.
     struct Entry {
-        Node* node; // null: a free place
-        unsigned long long identity;
-        unsigned long holders;
+        const Node* node; // null: a free place
+        unsigned long long death; // the count of unrecorded changes when it died
     };
+    Document* document;
     std::vector<Entry> table;
     std::size_t used = 0;
-    unsigned long long nextIdentity = 1;
+    // Deaths at this count concern no operation alive: each executed after it was reached.
+    unsigned long long base;
+    // A death that could not be logged (memory ran out): every stamp before this count is lost.
+    unsigned long long unloggedBefore = 0;
 
+    InsertionAnchors(Document* document);
+    static void startLog(Document* document);
     std::size_t home(const Node* node) const;
-    Entry* lookup(const Node* node);
     const Entry* lookup(const Node* node) const;
-    void erase(Entry* entry) noexcept;
-    void grow();
+    bool grow() noexcept;
 };
 
 } // namespace Arbor
