@@ -1,5 +1,6 @@
-// A replay never acts on a node other than the one it recorded: here a new element takes the
-// address of one just destroyed, as any allocator may do.
+// A replay never acts on a node other than the one it recorded, whether the node died through a
+// change outside the content, a raw replacement inside it, or a change no history records: here a
+// new element takes the address of one just destroyed, as any allocator may do.
 
 #include "arbor/document/internal/NodeWatch.h"
 #include "tests/support/Host.h"
@@ -61,6 +62,51 @@ TEST_F(ReusedAddressTest, ReplayRefusesANewNodeAtARecordedInsertionPointsAddress
     EXPECT_EQ(children(parent), "z");
     EXPECT_TRUE(events.lines().empty());
     keep.reset();
+}
+
+// p holds x, y; removing x records y as the place where undo puts x back. A raw replacement
+// inside the content then destroys y and puts z at its address.
+TEST_F(ReusedAddressTest, RawReplacementInTheContentCannotLendARecordedAddress)
+{
+    Arbor::Element* p = appendElement(root(), "p");
+    p->appendChild(new PooledElement(&document(), "x"));
+    Arbor::Node* y = p->appendChild(new PooledElement(&document(), "y"));
+    document().newUndoTask();
+    p->removeChild(p->firstChild());
+    p->replaceChildrenRaw(y, 1, nullptr);
+    Arbor::Node* z = new PooledElement(&document(), "z");
+    ASSERT_EQ(z, y) << "the freed block is reused";
+    p->replaceChildrenRaw(nullptr, 0, z);
+
+    events.clear();
+    expectDomError(Arbor::DomException::INVALID_STATE_ERR, [&] { document().undo(); });
+    EXPECT_EQ(children(p), "z");
+    EXPECT_TRUE(events.lines().empty());
+}
+
+// An operation recorded after the reuse names the new node; unrecorded changes elsewhere after
+// it (here on a detached element) must not make its replay refuse.
+TEST_F(ReusedAddressTest, NodeBornAtAFreedAddressAfterTheDeathReplays)
+{
+    Arbor::Element* p = appendElement(root(), "p");
+    Arbor::Node* y = p->appendChild(new PooledElement(&document(), "y"));
+    document().newUndoTask();
+    p->appendChild(new PooledElement(&document(), "w")); // keeps a history alive
+    p->replaceChildrenRaw(y, 1, nullptr);
+    Arbor::Node* z = new PooledElement(&document(), "z");
+    ASSERT_EQ(z, y);
+    p->replaceChildrenRaw(p->firstChild(), 0, z);
+    p->insertBefore(new PooledElement(&document(), "q"), z);
+    document().newUndoTask();
+    p->removeChild(p->firstChild()); // records z as where q goes back
+    Plinth::Ref<Arbor::Node> detached(new PooledElement(&document(), "d"));
+    detached->appendChild(new PooledElement(&document(), "e"));
+    detached->removeChild(detached->firstChild());
+
+    document().undo();
+    EXPECT_EQ(children(p), "q z w");
+    document().redo();
+    EXPECT_EQ(children(p), "z w");
 }
 
 TEST_F(ReusedAddressTest, NodeWatchersHearEveryDestructionOfTheirDocument)
