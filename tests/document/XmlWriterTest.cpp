@@ -1,74 +1,43 @@
 #include "tests/support/Host.h"
 
 #include <cerrno>
-#include <dirent.h>
-#include <fcntl.h>
+#include <cstdlib>
+#include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <sstream>
 #include <stdexcept>
 #include <string>
-#include <sys/stat.h>
 #include <system_error>
-#include <unistd.h>
+#include <tuple>
 
 namespace {
 
+namespace fs = std::filesystem;
+
+// A BasicDocument, the kind whose prolog and epilog are written too.
 class XmlWriterTest : public ::testing::Test {
 protected:
     Plinth::Ref<Arbor::BasicDocument> doc { new Arbor::BasicDocument };
-    std::string directory;
 
-    void SetUp() override
-    {
-        char pattern[] = "/tmp/arbor-writer-XXXXXX";
-        ASSERT_NE(::mkdtemp(pattern), nullptr);
-        directory = pattern;
-    }
-    void TearDown() override
-    {
-        doc->tearDown();
-        ::chmod(directory.c_str(), 0700);
-        for (const std::string& name : entries())
-            ::unlink((directory + "/" + name).c_str());
-        ::rmdir((directory + "/dir").c_str());
-        ::rmdir(directory.c_str());
-    }
+    void TearDown() override { doc->tearDown(); }
 
-    std::vector<std::string> entries() const
+    Arbor::Element* add(Arbor::Node* parent, const char* name, const char* space = nullptr)
     {
-        std::vector<std::string> names;
-        if (DIR* dir = ::opendir(directory.c_str())) {
-            while (dirent* entry = ::readdir(dir))
-                if (entry->d_name[0] != '.' || entry->d_name[1] > '.')
-                    names.push_back(entry->d_name);
-            ::closedir(dir);
-        }
-        return names;
-    }
-
-    Arbor::Element* element(Arbor::Node* parent, const char* name)
-    {
-        return static_cast<Arbor::Element*>(parent->appendChild(doc->createElement(name)));
-    }
-    void text(Arbor::Node* parent, const char16_t* data)
-    {
-        parent->appendChild(doc->createTextNode(data));
-    }
-
-    std::string written(const Arbor::XmlWriteOptions& options, Arbor::Node* node = nullptr)
-    {
-        std::ostringstream os;
-        Arbor::XmlWriter(options).write(os, node ? node : doc.get());
-        return os.str();
+        auto* element = static_cast<Arbor::Element*>(parent->appendChild(doc->createElement(name)));
+        if (space) Arbor::setAttributeUtf8(element, "xml:space", space);
+        return element;
     }
 };
+
+using PrologTest = XmlWriterTest;
+
+const std::string declaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 
 std::string contents(const std::string& path)
 {
     std::ifstream in(path);
-    std::stringstream all;
-    all << in.rdbuf();
-    return all.str();
+    return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 // A host element whose attribute writer fails half-way through a save.
@@ -86,98 +55,177 @@ public:
 TEST_F(XmlWriterTest, OptionsAndIndentation)
 {
     doc->prolog()->appendChild(doc->createComment(u"c"));
-    Arbor::Element* a = element(doc.get(), "a");
+    Arbor::Element* a = add(doc.get(), "a");
     Arbor::setAttributeUtf8(a, "id", "1");
-    Arbor::Element* list = element(a, "list");
-    element(list, "item");
+    Arbor::Element* list = add(a, "list");
+    add(list, "item");
     list->appendChild(doc->createProcessingInstruction("p", nullptr));
-    Arbor::Element* mixed = element(a, "p");
-    text(mixed, u"some ");
-    Arbor::Element* bold = element(mixed, "b");
-    element(element(bold, "i"), "x");
-    Arbor::Element* pre = element(a, "pre");
-    Arbor::setAttributeUtf8(pre, "xml:space", "preserve");
-    Arbor::Element* inner = element(element(pre, "k"), "k2");
-    Arbor::setAttributeUtf8(inner, "xml:space", "default");
-    element(inner, "m");
-    element(inner, "n");
+    Arbor::Element* mixed = add(a, "p");
+    mixed->appendChild(doc->createTextNode(u"some "));
+    Arbor::Element* bold = add(mixed, "b");
+    add(add(bold, "i"), "x");
+    Arbor::Element* pre = add(a, "pre", "preserve");
+    Arbor::Element* inner = add(add(pre, "k"), "k2", "default");
+    Arbor::Element* m = add(inner, "m");
+    add(m, "o");
+    add(inner, "n");
     doc->epilog()->appendChild(doc->createComment(u"e"));
 
-    EXPECT_EQ(written({}), xml(doc.get())) << "default options write what putXml writes";
-    struct Case {
-        bool declaration;
-        bool empty;
-        const char* indent;
-        const char* expected;
-    };
-    const Case cases[] = {
-        { false, true, "",
-            "<!--c-->\n<a id=\"1\"><list><item/><?p?></list><p>some <b><i><x/></i></b></p>"
-            "<pre xml:space=\"preserve\"><k><k2 xml:space=\"default\"><m/><n/></k2></k></pre>"
-            "</a>\n<!--e-->\n" },
-        { false, false, "  ",
+    const Arbor::XmlWriteOptions tab { true, true, "\t" };
+    const std::tuple<Arbor::XmlWriteOptions, Arbor::Node*, std::string> cases[] = {
+        { {}, doc.get(), xml(doc.get()) }, // the defaults: what putXml writes, unindented
+        { { false, false, "  " }, doc.get(),
             "<!--c-->\n<a id=\"1\">\n  <list>\n    <item></item>\n    <?p?>\n  </list>\n"
             "  <p>some <b><i><x></x></i></b></p>\n"
-            "  <pre xml:space=\"preserve\"><k><k2 xml:space=\"default\">\n        <m></m>\n"
-            "        <n></n>\n      </k2></k></pre>\n</a>\n<!--e-->\n" },
+            "  <pre xml:space=\"preserve\"><k><k2 xml:space=\"default\">\n        <m>\n"
+            "          <o></o>\n        </m>\n        <n></n>\n      </k2></k></pre>\n</a>\n"
+            "<!--e-->\n" },
+        // A node on its own follows the rules in force where it stands.
+        { tab, list, "<list>\n\t<item/>\n\t<?p?>\n</list>" }, { tab, bold, "<b><i><x/></i></b>" },
+        { tab, pre->firstChild(),
+            "<k><k2 xml:space=\"default\">\n\t\t<m>\n\t\t\t<o/>\n\t\t</m>\n\t\t<n/>\n\t</k2></k>" },
+        { tab, m, "<m>\n\t<o/>\n</m>" }, // the nearest xml:space above holds
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(c.indent);
-        EXPECT_EQ(written({ c.declaration, c.empty, c.indent }), c.expected);
+    for (const auto& [options, node, expected] : cases) {
+        SCOPED_TRACE(expected);
+        std::ostringstream os;
+        Arbor::XmlWriter(options).write(os, node);
+        EXPECT_EQ(os.str(), expected);
     }
-    // A node on its own follows the rules in force where it stands.
-    EXPECT_EQ(written({ true, true, "\t" }, list), "<list>\n\t<item/>\n\t<?p?>\n</list>");
-    EXPECT_EQ(written({ true, true, "\t" }, bold), "<b><i><x/></i></b>");
-    EXPECT_EQ(written({ true, true, "\t" }, inner->firstChild()), "<m/>");
-    EXPECT_EQ(written({ true, true, "\t" }, pre->firstChild()),
-        "<k><k2 xml:space=\"default\">\n\t\t<m/>\n\t\t<n/>\n\t</k2></k>");
     EXPECT_THROW(Arbor::XmlWriter({ true, false, " x" }), std::invalid_argument);
 }
 
 TEST_F(XmlWriterTest, SaveReplacesTheFileOnlyWhenComplete)
 {
-    Arbor::Element* a = element(doc.get(), "a");
-    text(a, u"saved");
+    char pattern[] = "/tmp/arbor-writer-XXXXXX";
+    ASSERT_NE(::mkdtemp(pattern), nullptr);
+    const std::string directory = pattern;
     const std::string path = directory + "/doc.xml";
+    const auto entries = [&] {
+        return std::distance(fs::directory_iterator(directory), fs::directory_iterator());
+    };
+    Arbor::Element* a = add(doc.get(), "a");
+    a->appendChild(doc->createTextNode(u"saved"));
     const Arbor::XmlWriter writer;
     writer.save(doc.get(), path);
     EXPECT_EQ(contents(path), xml(doc.get()));
-    ::chmod(path.c_str(), 0640);
-    text(a, u" again");
+    fs::permissions(path, fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read);
+    a->appendChild(doc->createTextNode(u" again"));
     writer.save(doc.get(), path);
-    EXPECT_EQ(contents(path), xml(doc.get()));
-    struct stat info;
-    ASSERT_EQ(::stat(path.c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 07777, 0640u) << "the replaced file keeps its permissions";
     const std::string saved = contents(path);
+    EXPECT_EQ(saved, xml(doc.get()));
+    EXPECT_EQ(fs::status(path).permissions(), fs::perms(0640)) << "the replaced file keeps them";
 
     // Output that fails half-way: the exception passes, the old file stays, nothing is left over.
     a->appendChild(new FailingElement(doc.get(), "bad"));
     EXPECT_THROW(writer.save(doc.get(), path), std::runtime_error);
     EXPECT_EQ(contents(path), saved);
-    EXPECT_EQ(entries(), std::vector<std::string> { "doc.xml" });
+    EXPECT_EQ(entries(), 1);
 
     // Failing system calls: a system_error with their code, and again no trace.
     a->removeChild(a->lastChild());
-    ASSERT_EQ(::mkdir((directory + "/dir").c_str(), 0700), 0);
-    ::close(::open((directory + "/dir/x").c_str(), O_CREAT | O_WRONLY, 0600));
-    try {
-        writer.save(doc.get(), directory + "/dir");
-        ADD_FAILURE() << "a directory cannot be replaced by a file";
-    } catch (const std::system_error& error) {
-        EXPECT_EQ(error.code().value(), EISDIR);
-    }
-    ::unlink((directory + "/dir/x").c_str());
-    EXPECT_EQ(entries().size(), 2u);
-    try {
-        writer.save(doc.get(), directory + "/missing/doc.xml");
-        ADD_FAILURE() << "no directory to write into";
-    } catch (const std::system_error& error) {
-        EXPECT_EQ(error.code().value(), ENOENT);
-    }
-    if (::geteuid() != 0) {
-        ::chmod(directory.c_str(), 0500);
-        EXPECT_THROW(writer.save(doc.get(), path), std::system_error);
+    fs::create_directory(directory + "/dir");
+    for (const auto& [target, code] : { std::pair<std::string, int> { directory + "/dir", EISDIR },
+             { directory + "/missing/doc.xml", ENOENT } }) {
+        try {
+            writer.save(doc.get(), target);
+            ADD_FAILURE() << target << " saved";
+        } catch (const std::system_error& error) {
+            EXPECT_EQ(error.code().value(), code) << target;
+        }
+        EXPECT_EQ(entries(), 2);
         EXPECT_EQ(contents(path), saved);
     }
+    fs::remove_all(directory);
+}
+
+TEST_F(PrologTest, WrittenInTheirPlacesOutsideTheChildList)
+{
+    EXPECT_EQ(xml(doc.get()), declaration + "\n") << "as a plain document without them";
+    Arbor::DocumentMisc* prolog = doc->prolog();
+    prolog->appendChild(doc->createProcessingInstruction("xml-stylesheet", u"href=\"s.css\""));
+    prolog->appendChild(doc->createDocumentType("html", "-//W3C//DTD XHTML 1.0 Strict//EN",
+        "http://www.w3.org/TR/xhtml1/DTD/xhtml1-strict.dtd"));
+    prolog->appendChild(doc->createComment(u" head "));
+    doc->appendChild(doc->createElement("html"));
+    doc->epilog()->appendChild(doc->createComment(u"end"));
+    doc->epilog()->appendChild(doc->createProcessingInstruction("done", nullptr));
+
+    EXPECT_EQ(doc->documentElement()->nodeName(), Arbor::Token("html"));
+    EXPECT_EQ(doc->items(), 1u);
+    ASSERT_NE(doc->doctype(), nullptr);
+    EXPECT_EQ(doc->doctype()->systemId(), "http://www.w3.org/TR/xhtml1/DTD/xhtml1-strict.dtd");
+    EXPECT_FALSE(prolog->firstChild()->isDocumentChild());
+    EXPECT_EQ(xml(doc.get()),
+        declaration
+            + "<?xml-stylesheet href=\"s.css\"?>\n"
+              "<!DOCTYPE html PUBLIC \"-//W3C//DTD XHTML 1.0 Strict//EN\" "
+              "\"http://www.w3.org/TR/xhtml1/DTD/xhtml1-strict.dtd\">\n"
+              "<!-- head -->\n<html></html>\n<!--end-->\n<?done?>\n");
+    // Items outside the content change at once, with nothing to undo.
+    doc->clearUndoStack();
+    static_cast<Arbor::Comment*>(prolog->lastChild())->setData(u"h");
+    EXPECT_FALSE(doc->canUndo());
+    prolog->removeChild(prolog->firstChild());
+    EXPECT_EQ(prolog->items(), 2u);
+}
+
+TEST_F(PrologTest, DocumentTypeForms)
+{
+    const struct {
+        const char *name, *publicId, *systemId, *subset;
+        const char* written; // null: INVALID_CHARACTER_ERR
+    } cases[] = {
+        { "a", "", "", "", "<!DOCTYPE a>" },
+        { "a", "", "a.dtd", "", "<!DOCTYPE a SYSTEM \"a.dtd\">" },
+        { "a", "", "it\"s", "", "<!DOCTYPE a SYSTEM 'it\"s'>" },
+        { "a", "", "", "<!ENTITY e \"x\">", "<!DOCTYPE a [<!ENTITY e \"x\">]>" },
+        { "a:b", "p 'id'", "s", "\n", "<!DOCTYPE a:b PUBLIC \"p 'id'\" \"s\" [\n]>" },
+        { "1a", "", "", "", nullptr },
+        { "a", "p", "", "", nullptr },
+        { "a", "bad\"", "s", "", nullptr },
+        { "a", "", "'\"", "", nullptr },
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name + std::string(" ") + c.publicId + " " + c.systemId);
+        const auto make
+            = [&] { return doc->createDocumentType(c.name, c.publicId, c.systemId, c.subset); };
+        if (!c.written) {
+            expectDomError(5, [&] { delete make(); });
+            continue;
+        }
+        Plinth::Ref<Arbor::DocumentType> type(make());
+        Plinth::Ref<Arbor::Node> copy(type->cloneNode(false));
+        EXPECT_EQ(xml(type.get()), c.written);
+        EXPECT_EQ(xml(copy.get()), c.written);
+    }
+}
+
+// Only comments, processing instructions and (in the prolog) one document type are taken; a
+// refusal changes nothing.
+TEST_F(PrologTest, RefusesOtherNodes)
+{
+    Arbor::DocumentMisc* prolog = doc->prolog();
+    Arbor::DocumentMisc* epilog = doc->epilog();
+    Arbor::Node* type = prolog->appendChild(doc->createDocumentType("a"));
+    prolog->appendChild(doc->createComment(u"c"));
+    const std::string before = xml(doc.get());
+    Plinth::Ref<Arbor::DocumentFragment> mixed(doc->createDocumentFragment());
+    mixed->appendChild(doc->createComment(u"ok"));
+    mixed->appendChild(doc->createElement("no"));
+    for (const auto& [into, node] :
+        { std::pair<Arbor::DocumentMisc*, Arbor::Node*> { prolog, doc->createElement("e") },
+            { prolog, doc->createTextNode(u"t") }, { prolog, doc->createDocumentType("b") },
+            { epilog, doc->createDocumentType("b") }, { epilog, doc->createTextNode(u"\n") },
+            { epilog, mixed.get() } }) {
+        Plinth::Ref<Arbor::Node> held(node);
+        expectDomError(3, [&, misc = into] { misc->appendChild(held.get()); });
+        EXPECT_EQ(held->parentNode(), nullptr);
+        EXPECT_EQ(xml(doc.get()), before);
+    }
+    EXPECT_EQ(mixed->items(), 2u) << "a fragment with one wrong node is refused as a whole";
+    // The document type may be replaced by another one.
+    prolog->replaceChild(doc->createDocumentType("b"), type);
+    EXPECT_EQ(doc->doctype()->nodeName(), Arbor::Token("b"));
+    EXPECT_EQ(prolog->items(), 2u);
 }

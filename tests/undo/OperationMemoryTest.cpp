@@ -9,7 +9,7 @@ using OperationMemoryTest = HostTest;
 
 // A host operation that counts its calls and its instances, of a chosen size and alignment.
 template <std::size_t Size, std::size_t Align> struct CountingOperation : Arbor::ModelOperation {
-    static int live;
+    static inline int live = 0;
     alignas(Align) unsigned char padding[Size] = {};
     std::string* trace;
 
@@ -23,7 +23,6 @@ template <std::size_t Size, std::size_t Align> struct CountingOperation : Arbor:
     void execute() override { *trace += 'e'; }
     void undo() override { *trace += 'u'; }
 };
-template <std::size_t Size, std::size_t Align> int CountingOperation<Size, Align>::live = 0;
 
 template <class Op> void runHostOperation(Arbor::Document* document, bool onDocument)
 {

@@ -49,20 +49,19 @@ TEST(XmlHostileTest, MalformedFormsAreRefusedWithTheirPlace)
         const char* what;
     };
     const Case cases[] = {
+        { "", "line 1, column 1: no element found" },
         { "<a><!-- open </a>", "line 1, column 4: unclosed token" },
         { "<a><!-- a -- b --></a>", "line 1, column 13: not well-formed (invalid token)" },
         { "<a><?xml bad?></a>",
             "line 1, column 4: XML or text declaration not at start of entity" },
         { "<a x='1' x='2'/>", "line 1, column 10: duplicate attribute" },
         { "<a x='<'/>", "line 1, column 7: not well-formed (invalid token)" },
-        { "<a>&nope;</a>", "line 1, column 4: undefined entity" },
         { "<a><![CDATA[open</a>", "line 1, column 21: unclosed CDATA section" },
         { "<a>&#0;</a>", "line 1, column 4: reference to invalid character number" },
         { "text<a/>", "line 1, column 5: not well-formed (invalid token)" },
         { "<a/><!DOCTYPE a>", "line 1, column 5: junk after document element" },
         { "<!DOCTYPE a [<!ENTITY e '&e;'>]><a>&e;</a>",
             "line 1, column 36: recursive entity reference" },
-        { "<a>\n<b></a>", "line 2, column 6: mismatched tag" },
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.input);
