@@ -21,6 +21,8 @@
 #include <malloc.h>
 #include <new>
 #include <string>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #ifdef ARBOR_BENCH_HAVE_PUGIXML
 #include <pugixml.hpp>
@@ -198,6 +200,30 @@ Meter arborItems()
     return used;
 }
 
+/// Runs `measure` in a child process and returns its figures. The library's node pools keep the
+/// slots of freed nodes for reuse, so a second measurement in the same process would find slots
+/// the first one left and count too little; a fresh process starts with empty pools.
+Meter fresh(Meter (*measure)(bool), bool withText)
+{
+    int channel[2];
+    if (pipe(channel) != 0) return measure(withText);
+    const pid_t child = fork();
+    if (child == 0) {
+        close(channel[0]);
+        const Meter used = measure(withText);
+        const ssize_t written = write(channel[1], &used, sizeof used);
+        _exit(written == static_cast<ssize_t>(sizeof used) ? 0 : 1);
+    }
+    close(channel[1]);
+    Meter used;
+    const bool read = child > 0 && ::read(channel[0], &used, sizeof used) == sizeof used;
+    close(channel[0]);
+    if (child > 0) waitpid(child, nullptr, 0);
+    return read ? used : measure(withText);
+}
+
+Meter arborItemsOf(bool) { return arborItems(); }
+
 #ifdef ARBOR_BENCH_HAVE_PUGIXML
 Meter pugixmlItems()
 {
@@ -295,7 +321,7 @@ int main()
     std::printf("| library  | bytes/element | allocations/element | bytes/text node | "
                 "allocations/text node |\n");
     std::printf("|----------|---------:|-------:|---------:|-------:|\n");
-    print({ "Arbor", arbor(false), arbor(true) });
+    print({ "Arbor", fresh(arbor, false), fresh(arbor, true) });
 #ifdef ARBOR_BENCH_HAVE_PUGIXML
     print({ "pugixml", pugixml(false), pugixml(true) });
 #endif
@@ -305,10 +331,11 @@ int main()
 #ifdef ARBOR_BENCH_HAVE_LIBXML2
     print({ "libxml2", libxml2(false), libxml2(true) });
 #endif
+    const Meter items = fresh(arborItemsOf, false);
     std::printf("\nW4 item (element, two attributes, text): Arbor (BasicElement) %.1f bytes, "
                 "%.2f allocations",
-        static_cast<double>(arborItems().bytes) / nodeCount,
-        static_cast<double>(arborItems().allocations) / nodeCount);
+        static_cast<double>(items.bytes) / nodeCount,
+        static_cast<double>(items.allocations) / nodeCount);
 #ifdef ARBOR_BENCH_HAVE_PUGIXML
     std::printf("; pugixml %.1f bytes", static_cast<double>(pugixmlItems().bytes) / nodeCount);
 #endif
