@@ -32,6 +32,8 @@
 #include <pugixml.hpp>
 #include <string>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <vector>
 
 #ifdef ARBOR_LOAD_BENCH_MEMORY
@@ -406,6 +408,9 @@ int main(int argc, char** argv)
         libs.resize(4, libs.front());
     }
 
+#ifndef ARBOR_LOAD_BENCH_MEMORY
+    // The memory count measures each tree in a fresh process and needs no load before it (the
+    // node pools would keep that load's slots).
     // Every library must load every input, or the comparison means nothing.
     for (const Input& input : inputs) {
         for (const std::string& d : input.documents) {
@@ -417,6 +422,7 @@ int main(int argc, char** argv)
             libs[0].release(doc);
         }
     }
+#endif
 
 #ifdef ARBOR_LOAD_BENCH_MEMORY
     std::printf("| Input | MiB | Arbor | libxml2 | pugixml | Arbor/libxml2 | Arbor/pugixml |\n");
@@ -424,13 +430,25 @@ int main(int argc, char** argv)
     for (const Input& input : inputs) {
         long bytes[3] = {};
         for (int l = 0; l < 3; ++l) {
-            std::vector<void*> handles;
-            const long before = liveBytes;
-            for (const std::string& d : input.documents)
-                handles.push_back(libs[std::size_t(l)].load(d));
-            bytes[l] = liveBytes - before;
-            for (void* handle : handles)
-                libs[std::size_t(l)].release(handle);
+            // Each tree is measured in a fresh process: Arbor's node pools keep the slots of
+            // freed nodes for reuse, so a load after an earlier one would count too little.
+            int channel[2];
+            if (pipe(channel) != 0) return 1;
+            const pid_t child = fork();
+            if (child == 0) {
+                close(channel[0]);
+                std::vector<void*> handles;
+                const long before = liveBytes;
+                for (const std::string& d : input.documents)
+                    handles.push_back(libs[std::size_t(l)].load(d));
+                const long used = liveBytes - before;
+                _exit(write(channel[1], &used, sizeof used) == sizeof used ? 0 : 1);
+            }
+            close(channel[1]);
+            if (child < 0 || read(channel[0], &bytes[l], sizeof bytes[l]) != sizeof bytes[l])
+                return 1;
+            close(channel[0]);
+            waitpid(child, nullptr, 0);
         }
         std::printf("| %s | %.2f | %.2f MiB | %.2f MiB | %.2f MiB | %.2f | %.2f |\n",
             input.name.c_str(), double(input.bytes()) / (1 << 20), double(bytes[0]) / (1 << 20),
