@@ -8,18 +8,6 @@ namespace {
 
 using DocumentTest = HostTest;
 
-TEST_F(DocumentTest, NewDocumentIsEmptyWithoutHistory)
-{
-    Plinth::Ref<TestDocument> fresh(new TestDocument);
-    EXPECT_EQ(fresh->documentElement(), nullptr);
-    EXPECT_EQ(fresh->ownerDocument(), fresh.get());
-    fresh->setNodeValue(u"x");
-    EXPECT_EQ(fresh->nodeValue(), nullptr);
-    EXPECT_FALSE(fresh->canUndo());
-    EXPECT_FALSE(fresh->canRedo());
-    EXPECT_EQ(document().documentElement(), root());
-}
-
 TEST_F(DocumentTest, TornDownDocumentStaysQuiet)
 {
     EventLog late;
