@@ -135,17 +135,6 @@ TEST_F(BatchTest, PostedFunctionRunsAfterTheOperation)
     EXPECT_EQ(xml(root()), "<root>abc</root>") << "one task";
 }
 
-TEST_F(BatchTest, PostedFunctionRunsAtOnceOutsideOperations)
-{
-    int runs = 0;
-    document().beginBatchChanges();
-    document().postFunction(new PostedTask([&] { ++runs; }));
-    EXPECT_EQ(runs, 1);
-    EXPECT_EQ(PostedTask::live, 0);
-    document().endBatchChanges();
-    document().postFunction(nullptr);
-}
-
 TEST_F(BatchTest, ThrowingFunctionIsDeletedAndTheRestStayQueued)
 {
     document().addObserver(&hooks, Arbor::tok_AfterReplaceText);

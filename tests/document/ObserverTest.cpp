@@ -124,58 +124,45 @@ TEST_F(ObserverTest, TwoRegistrationsMeanTwoDeliveriesAndTwoRemovals)
             "A:unObserve(all)", "A:BeforeReplaceText", "A:AfterReplaceText", "A:unObserve(all)" }));
 }
 
-TEST_F(ObserverTest, RemovalDuringDeliveryStopsAtOnce)
+// Removals and registrations made from inside a delivery take effect at once: a removed observer
+// hears nothing more, a new one is reached in the same delivery when it lands behind the current.
+TEST_F(ObserverTest, RegistrationChangesDuringDeliveryTakeEffectAtOnce)
 {
-    struct Case {
-        const char* name;
-        Probe* removed;
-        Lines expected;
-    };
-    const Case cases[] = {
-        { "itself", &a,
-            { "A:BeforeReplaceText", "A:unObserve(all)", "B:BeforeReplaceText",
-                "B:AfterReplaceText" } },
-        { "an observer further on", &b,
-            { "A:BeforeReplaceText", "B:unObserve(all)", "A:AfterReplaceText" } },
-    };
-    for (const Case& test : cases) {
-        SCOPED_TRACE(test.name);
+    const Arbor::Token text = Arbor::tok_BeforeReplaceText;
+    const auto both = [&] {
         document().addObserver(&a);
         document().addObserver(&b);
-        a.action = [&](Arbor::DomEvent&) {
-            a.action = nullptr;
-            document().removeObserver(test.removed);
-        };
-        edit();
-        EXPECT_EQ(log, test.expected);
-        document().removeObserver(&a);
-        document().removeObserver(&b);
-        log.clear();
-    }
-}
-
-TEST_F(ObserverTest, RegistrationDuringDeliveryIsReachedAtOnce)
-{
+    };
+    const auto typed = [&](bool hole) {
+        document().addObserver(&a, text);
+        if (hole) document().addObserver(&d);
+        document().addObserver(&b, text);
+        if (hole) document().removeObserver(&d);
+    };
     struct Case {
         const char* name;
-        bool hole;
+        std::function<void()> setUp;
+        std::function<void()> react; // A's reaction to its first event
         Lines expected;
     };
     const Case cases[] = {
-        { "appended", false,
+        { "A removes itself", both, [&] { document().removeObserver(&a); },
+            { "A:BeforeReplaceText", "A:unObserve(all)", "B:BeforeReplaceText",
+                "B:AfterReplaceText" } },
+        { "A removes B further on", both, [&] { document().removeObserver(&b); },
+            { "A:BeforeReplaceText", "B:unObserve(all)", "A:AfterReplaceText" } },
+        { "A appends C", [&] { typed(false); }, [&] { document().addObserver(&c, text); },
             { "A:BeforeReplaceText", "B:BeforeReplaceText", "C:BeforeReplaceText" } },
-        { "into a hole ahead", true,
+        { "A puts C into a hole ahead of B", [&] { typed(true); },
+            [&] { document().addObserver(&c, text); },
             { "A:BeforeReplaceText", "C:BeforeReplaceText", "B:BeforeReplaceText" } },
     };
     for (const Case& test : cases) {
         SCOPED_TRACE(test.name);
-        document().addObserver(&a, Arbor::tok_BeforeReplaceText);
-        if (test.hole) document().addObserver(&d);
-        document().addObserver(&b, Arbor::tok_BeforeReplaceText);
-        if (test.hole) document().removeObserver(&d);
+        test.setUp();
         a.action = [&](Arbor::DomEvent&) {
             a.action = nullptr;
-            document().addObserver(&c, Arbor::tok_BeforeReplaceText);
+            test.react();
         };
         log.clear();
         edit();

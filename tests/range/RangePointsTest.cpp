@@ -27,41 +27,29 @@ protected:
     }
 };
 
+// A new range is collapsed at the document start and takes its end first: setting the start
+// beyond it fails. selectNode and selectNodeContents do not compare with the old points.
 TEST_F(RangePointsTest, NewRangeIsCollapsedAtTheDocumentStart)
 {
-    const unsigned long documentCount = document().refCount;
-    Range* plain = document().createRange(false);
-    EXPECT_EQ(points(plain), "(#document,0)-(#document,0)");
-    EXPECT_TRUE(plain->collapsed());
-    EXPECT_EQ(plain->commonAncestorContainer(), &document());
-    EXPECT_EQ(plain->refCount, 1u) << "held by the range list only";
-    EXPECT_FALSE(plain->isSelected());
-    EXPECT_FALSE(plain->isSuspended());
-    EXPECT_FALSE(plain->isDetached());
-    EXPECT_EQ(document().refCount, documentCount + 2) << "one reference per container";
-
-    Range* selected = document().createRange(true);
-    EXPECT_EQ(selected->refCount, 2u) << "the list's and the selection's";
-    EXPECT_TRUE(selected->isSelected());
-    EXPECT_TRUE(events.lines().empty()) << "becoming selected is not announced";
-}
-
-TEST_F(RangePointsTest, NewRangeTakesItsEndFirst)
-{
     Ref<Range> r(document().createRange(false));
+    EXPECT_EQ(points(r.get()), "(#document,0)-(#document,0)");
+    EXPECT_TRUE(r->collapsed());
+    EXPECT_EQ(r->commonAncestorContainer(), &document());
+    EXPECT_FALSE(r->isSelected() || r->isSuspended() || r->isDetached());
+    EXPECT_TRUE(document().createRange(true)->isSelected());
+    EXPECT_TRUE(events.lines().empty()) << "becoming selected is not announced";
+
     expectRangeError(1, [&] { r->setStart(c[1], 0); });
     EXPECT_EQ(points(r.get()), "(#document,0)-(#document,0)");
     r->setEnd(p, 4);
     r->setStart(p, 1);
     EXPECT_EQ(points(r.get()), "(p,1)-(p,4)");
-
-    // Neither compares the new points with the old ones.
     Ref<Range> s(document().createRange(false));
     s->selectNode(c[2]);
     EXPECT_EQ(points(s.get()), "(p,2)-(p,3)");
-    Ref<Range> t(document().createRange(false));
-    t->selectNodeContents(p);
-    EXPECT_EQ(points(t.get()), "(p,0)-(p,6)");
+    s = Ref<Range>(document().createRange(false));
+    s->selectNodeContents(p);
+    EXPECT_EQ(points(s.get()), "(p,0)-(p,6)");
 }
 
 TEST_F(RangePointsTest, SettersAcceptEveryPointInOrder)
@@ -309,7 +297,6 @@ TEST_F(RangePointsTest, SelectedRangeAnnouncesNewPointsBeforeStoringThem)
     const std::vector<std::string> watched = { "BeforeSelectionChange sees (p,1)-(p,1) count 4",
         "AfterSelectionChange sees (p,1)-(c2,0) count 4" };
     EXPECT_EQ(seen, watched);
-    EXPECT_EQ(r->refCount, 3u);
 
     Ref<Range> plain = range(p, 1, p, 4);
     events.clear();
