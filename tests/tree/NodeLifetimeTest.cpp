@@ -79,7 +79,6 @@ TEST_F(NodeLifetimeTest, ParentOfAMillionChildren)
     parent->ref();
     for (int i = 0; i < 1000000; ++i)
         appendText(parent, nullptr);
-    EXPECT_EQ(parent->items(), 1000000u);
     parent->unref();
     EXPECT_EQ(liveHostObjects(), live);
 }
