@@ -17,26 +17,20 @@ void collect(Arbor::Node* node, std::vector<Arbor::Node*>& out)
 
 } // namespace
 
-TEST_F(NodeNavigationTest, PositionsAndCounts)
+// Positions (parentOffset, findChild by index) are checked against the tree by the random
+// operations; here the counts along a run, also of a parentless chain.
+TEST_F(NodeNavigationTest, Counts)
 {
     TestElement* a = appendElement(root(), "a");
-    TestElement* b = appendElement(root(), "b");
+    appendElement(root(), "b");
     TestText* c = appendText(root(), u"c");
-
-    EXPECT_EQ(a->parentOffset(), 0u);
-    EXPECT_EQ(b->parentOffset(), 1u);
-    EXPECT_EQ(c->parentOffset(), 2u);
     EXPECT_EQ(Arbor::Node::countFollowing(a), 3u);
     EXPECT_EQ(Arbor::Node::countFollowing(c), 1u);
     EXPECT_EQ(Arbor::Node::countFollowing(nullptr), 0u);
     EXPECT_EQ(root()->items(), 3u);
     EXPECT_EQ(a->items(), 0u);
-
-    // A parentless node, alone or heading a chain, answers 0.
     Plinth::Ref<TestText> loose(document().makeText(u"abc"));
-    EXPECT_EQ(loose->parentOffset(), 0u);
-    Arbor::Text* tail = loose->splitText(1);
-    EXPECT_EQ(tail->parentOffset(), 0u);
+    loose->splitText(1);
     EXPECT_EQ(Arbor::Node::countFollowing(loose.get()), 2u);
 }
 
@@ -55,8 +49,6 @@ TEST_F(NodeNavigationTest, FindChildByNameAndIndex)
     EXPECT_EQ(root()->findChild(Arbor::Token("#text")), text);
     EXPECT_EQ(root()->findChild(Arbor::Token("z")), nullptr);
 
-    EXPECT_EQ(root()->findChild(0ul), x1);
-    EXPECT_EQ(root()->findChild(2ul), y);
     EXPECT_EQ(root()->findChild(4ul), nullptr) << "index equal to the number of children";
     EXPECT_EQ(root()->findChild(ULONG_MAX), nullptr);
     EXPECT_EQ(text->findChild(0ul), nullptr);
