@@ -32,11 +32,6 @@ std::string textEvent(const Arbor::BeforeReplaceTextEvent& e)
         + std::to_string(e.count) + "," + data + ")";
 }
 
-std::string attributeEvent(const Arbor::DomAttributeEvent& e, const char* what)
-{
-    return std::string(what) + "(" + nameOf(e.target) + "," + tokenText(e.name) + ")";
-}
-
 std::string describe(Arbor::DomEvent& event)
 {
     using namespace Arbor;
@@ -53,12 +48,11 @@ std::string describe(Arbor::DomEvent& event)
         return "BeforeSetAttribute(" + nameOf(e.target) + "," + tokenText(e.name) + "="
             + valueText(*e.value) + ")";
     }
-    if (type == tok_AfterSetAttribute)
-        return attributeEvent(static_cast<DomAttributeEvent&>(event), "AfterSetAttribute");
-    if (type == tok_BeforeRemoveAttribute)
-        return attributeEvent(static_cast<DomAttributeEvent&>(event), "BeforeRemoveAttribute");
-    if (type == tok_AfterRemoveAttribute)
-        return attributeEvent(static_cast<DomAttributeEvent&>(event), "AfterRemoveAttribute");
+    if (type == tok_AfterSetAttribute || type == tok_BeforeRemoveAttribute
+        || type == tok_AfterRemoveAttribute) {
+        auto& e = static_cast<DomAttributeEvent&>(event);
+        return tokenText(type) + "(" + nameOf(e.target) + "," + tokenText(e.name) + ")";
+    }
     if (type == tok_BeforeSelectionChange) {
         auto& e = static_cast<BeforeSelectionChangeEvent&>(event);
         return "BeforeSelectionChange(" + point(e.startContainer, e.startOffset) + "-"
@@ -251,28 +245,30 @@ TestText* appendText(Arbor::Node* parent, const char16_t* data)
     return text;
 }
 
-void expectDomError(long code, const std::function<void()>& action)
+namespace {
+
+template <class Error> void expectError(long code, const std::function<void()>& action)
 {
     try {
         action();
-    } catch (const Arbor::DomException& e) {
+    } catch (const Error& e) {
         EXPECT_EQ(e.code, code) << "thrown " << e.causeName() << ", expected "
-                                << Arbor::DomException(code).causeName();
+                                << Error(code).causeName();
         return;
     }
-    ADD_FAILURE() << "expected " << Arbor::DomException(code).causeName() << ", nothing thrown";
+    ADD_FAILURE() << "expected " << Error(code).causeName() << ", nothing thrown";
+}
+
+} // namespace
+
+void expectDomError(long code, const std::function<void()>& action)
+{
+    expectError<Arbor::DomException>(code, action);
 }
 
 void expectRangeError(long code, const std::function<void()>& action)
 {
-    try {
-        action();
-    } catch (const Arbor::RangeException& e) {
-        EXPECT_EQ(e.code, code) << "thrown " << e.causeName() << ", expected "
-                                << Arbor::RangeException(code).causeName();
-        return;
-    }
-    ADD_FAILURE() << "expected " << Arbor::RangeException(code).causeName() << ", nothing thrown";
+    expectError<Arbor::RangeException>(code, action);
 }
 
 void setSwitches(Arbor::Node* target, const char* switches)
