@@ -667,16 +667,20 @@ bool Interpreter::rangeOperation()
     const unsigned long index = source.below(ranges.size());
     Arbor::Range* range = ranges[index].get();
     const bool detached = range->isDetached();
-    switch (source.below(10)) {
+    const unsigned long choice = source.below(10);
+    switch (choice) {
     case 0:
     case 1:
     case 2:
         return rangeSetter(range);
     case 3:
-        operation = "collapse";
-        return attempt([&] { range->collapse(source.chance(2)); }) != detached
+    case 7:
+        // Both are refused exactly when the range is detached.
+        operation = choice == 3 ? "collapse" : "detach";
+        return attempt([&] { choice == 3 ? range->collapse(source.chance(2)) : range->detach(); })
+                != detached
             ? true
-            : fail("collapse refused wrongly");
+            : fail(operation + " refused wrongly");
     case 4: {
         operation = "compareBoundaryPoints";
         Arbor::Range* other
@@ -714,10 +718,6 @@ bool Interpreter::rangeOperation()
         operation = "deselect";
         range->deselect();
         return range->isSelected() ? fail("still selected") : true;
-    case 7:
-        operation = "detach";
-        return attempt([&] { range->detach(); }) != detached ? true
-                                                             : fail("detach refused wrongly");
     case 8:
         operation = "release range";
         ranges.erase(ranges.begin() + static_cast<long>(index));

@@ -5,6 +5,7 @@
 #include <memory>
 #include <ostream>
 #include <sstream>
+#include <tuple>
 
 namespace {
 
@@ -171,27 +172,6 @@ bool TestElement::maySetAttribute(Arbor::Token, const Arbor::Variant&) { return 
 
 bool TestElement::mayRemoveAttribute(Arbor::Token) { return !refuseRemove; }
 
-bool TestElement::beforeSetAttribute(
-    Arbor::Element* element, Arbor::Token name, const Arbor::Variant&)
-{
-    return logHook("beforeSetAttribute", element, name);
-}
-
-bool TestElement::afterSetAttribute(Arbor::Element* element, Arbor::Token name)
-{
-    return logHook("afterSetAttribute", element, name);
-}
-
-bool TestElement::beforeRemoveAttribute(Arbor::Element* element, Arbor::Token name)
-{
-    return logHook("beforeRemoveAttribute", element, name);
-}
-
-bool TestElement::afterRemoveAttribute(Arbor::Element* element, Arbor::Token name)
-{
-    return logHook("afterRemoveAttribute", element, name);
-}
-
 bool TestElement::logHook(const char* hook, Arbor::Element* element, Arbor::Token name)
 {
     hookLog().push_back(std::string(hook) + "(" + nameOf(this) + "," + nameOf(element) + ","
@@ -331,8 +311,8 @@ void PostedTask::operator()()
 
 bool Snapshot::operator==(const Snapshot& other) const
 {
-    return xml == other.xml && events == other.events && canUndo == other.canUndo
-        && canRedo == other.canRedo;
+    return std::tie(xml, events, canUndo, canRedo)
+        == std::tie(other.xml, other.events, other.canUndo, other.canRedo);
 }
 
 std::ostream& operator<<(std::ostream& os, const Snapshot& snapshot)
