@@ -20,30 +20,22 @@ std::string point(Arbor::Node* container, unsigned long offset)
     return "(" + nameOf(container) + "," + std::to_string(offset) + ")";
 }
 
-std::string childEvent(const Arbor::BeforeReplaceChildrenEvent& e)
-{
-    return "BeforeReplaceChildren(" + nameOf(e.target) + ",child=" + nameOf(e.child)
-        + ",new=" + nameOf(e.newChild) + ",count=" + std::to_string(e.count) + ")";
-}
-
-std::string textEvent(const Arbor::BeforeReplaceTextEvent& e)
-{
-    std::string data = e.data ? "\"" + utf8(e.data) + "\"" : "null";
-    return "BeforeReplaceText(" + nameOf(e.target) + "," + std::to_string(e.offset) + ","
-        + std::to_string(e.count) + "," + data + ")";
-}
-
 std::string describe(Arbor::DomEvent& event)
 {
     using namespace Arbor;
     const Token type = event.type;
-    if (type == tok_BeforeReplaceChildren)
-        return childEvent(static_cast<BeforeReplaceChildrenEvent&>(event));
-    if (type == tok_AfterReplaceChildren)
-        return "AfterReplaceChildren(" + nameOf(event.target) + ")";
-    if (type == tok_BeforeReplaceText)
-        return textEvent(static_cast<BeforeReplaceTextEvent&>(event));
-    if (type == tok_AfterReplaceText) return "AfterReplaceText(" + nameOf(event.target) + ")";
+    if (type == tok_BeforeReplaceChildren) {
+        auto& e = static_cast<BeforeReplaceChildrenEvent&>(event);
+        return "BeforeReplaceChildren(" + nameOf(e.target) + ",child=" + nameOf(e.child)
+            + ",new=" + nameOf(e.newChild) + ",count=" + std::to_string(e.count) + ")";
+    }
+    if (type == tok_AfterReplaceChildren || type == tok_AfterReplaceText)
+        return tokenText(type) + "(" + nameOf(event.target) + ")";
+    if (type == tok_BeforeReplaceText) {
+        auto& e = static_cast<BeforeReplaceTextEvent&>(event);
+        return "BeforeReplaceText(" + nameOf(e.target) + "," + std::to_string(e.offset) + ","
+            + std::to_string(e.count) + "," + (e.data ? "\"" + utf8(e.data) + "\"" : "null") + ")";
+    }
     if (type == tok_BeforeSetAttribute) {
         auto& e = static_cast<BeforeSetAttributeEvent&>(event);
         return "BeforeSetAttribute(" + nameOf(e.target) + "," + tokenText(e.name) + "="
