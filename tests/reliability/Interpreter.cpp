@@ -60,8 +60,6 @@ std::vector<unsigned long> pathOf(Node* node, unsigned long offset, Node*& top)
     return path;
 }
 
-std::string pointsOf(const Arbor::Range* range) { return points(range); }
-
 } // namespace
 
 namespace Reliability {
@@ -89,24 +87,15 @@ void ChaosObserver::unObserve(Arbor::Token) { --registrations; }
 
 void ChaosObserver::onEvent(Arbor::DomEvent&)
 {
-    Arbor::Document* document = interpreter.document();
-    switch (interpreter.source.below(24)) {
-    case 0:
-        document->removeObserver(this);
-        break;
-    case 1: {
-        ChaosObserver& other
-            = *interpreter.observers[interpreter.source.below(interpreter.observers.size())];
-        document->addObserver(&other);
+    Source& source = interpreter.source;
+    const unsigned long choice = source.below(24);
+    if (choice == 0) interpreter.document()->removeObserver(this);
+    if (choice == 1) {
+        ChaosObserver& other = *interpreter.observers[source.below(interpreter.observers.size())];
+        interpreter.document()->addObserver(&other);
         ++other.registrations;
-        break;
     }
-    case 2:
-        interpreter.postCounted();
-        break;
-    default:
-        break;
-    }
+    if (choice == 2) interpreter.postCounted();
 }
 
 Interpreter::Interpreter(Source& source)
@@ -294,16 +283,11 @@ Node* Interpreter::pickChild(Node* parent)
 
 unsigned long Interpreter::pickOffset(unsigned long length)
 {
-    switch (source.below(12)) {
-    case 0:
-        return ULONG_MAX;
-    case 1:
-        return length + 1 + source.below(3);
-    case 2:
-        return ULONG_MAX - source.below(3);
-    default:
-        return source.below(length + 1);
-    }
+    const unsigned long choice = source.below(12);
+    return choice == 0 ? ULONG_MAX
+        : choice == 1  ? length + 1 + source.below(3)
+        : choice == 2  ? ULONG_MAX - source.below(3)
+                       : source.below(length + 1);
 }
 
 std::u16string Interpreter::pickText()
@@ -350,18 +334,14 @@ bool Interpreter::makeNode()
     TestDocument* d = documents[source.chance(8) ? 1 : 0].get();
     const char* tag = tags[source.below(4)];
     const std::u16string text = pickText();
-    switch (source.below(5)) {
-    case 0:
-        return held.emplace_back(d->makeElement(tag)), true;
-    case 1:
-        return held.emplace_back(d->createElement(Arbor::Token(tag))), true;
-    case 2:
-        return held.emplace_back(d->makeText(text.c_str())), true;
-    case 3:
-        return held.emplace_back(d->createTextNode(text.c_str())), true;
-    default:
-        return held.emplace_back(d->createDocumentFragment()), true;
-    }
+    const unsigned long kind = source.below(5);
+    Node* made = kind == 0 ? d->makeElement(tag)
+        : kind == 1        ? d->createElement(Arbor::Token(tag))
+        : kind == 2        ? d->makeText(text.c_str())
+        : kind == 3        ? static_cast<Node*>(d->createTextNode(text.c_str()))
+                           : d->createDocumentFragment();
+    held.emplace_back(made);
+    return true;
 }
 
 bool Interpreter::childOperation()
@@ -421,61 +401,57 @@ bool Interpreter::textOperation()
     unsigned long count = pickOffset(length);
     std::optional<std::u16string> data = pickText();
     if (source.chance(6)) data.reset();
-    // The points in the text, to follow the edit: a point in the removed units goes to its
-    // start, one after them moves back by the units removed and forward by the units inserted.
-    std::vector<std::pair<unsigned long*, unsigned long>> points;
-    if (text->isDocumentChild()) {
-        for (Node* node : reached) {
-            if (node->nodeType() != Arbor::RANGE_NODE) continue;
-            auto* range = static_cast<Arbor::Range*>(node);
-            if (range->isDetached() || range->isSuspended() || staleRanges.count(range)) continue;
-            if (range->startContainer == text)
-                points.emplace_back(&range->startOffset, range->startOffset);
-            if (range->endContainer == text)
-                points.emplace_back(&range->endOffset, range->endOffset);
-        }
-    }
-    bool done = false;
-    switch (source.below(7)) {
-    case 0:
-    case 1:
-        operation = "replaceData";
-        done = attempt([&] { text->replaceData(offset, count, chars(data)); });
-        break;
-    case 2:
-        operation = "insertData";
-        done = attempt([&] { text->insertData(offset, chars(data)); });
-        count = 0;
-        break;
-    case 3:
-        operation = "appendData";
-        done = attempt([&] { text->appendData(chars(data)); });
-        offset = length;
-        count = 0;
-        break;
-    case 4:
-        operation = "deleteData";
-        done = attempt([&] { text->deleteData(offset, count); });
-        data.reset();
-        break;
-    case 5:
-        operation = "setData";
-        done = attempt([&] { text->setData(chars(data)); });
-        offset = 0;
-        count = length;
-        break;
-    default: {
-        operation = "substringData";
+    static const char* const names[] = { "replaceData", "replaceData", "insertData", "appendData",
+        "deleteData", "setData", "substringData" };
+    const unsigned long kind = source.below(7);
+    operation = names[kind];
+    if (kind == 6) {
         char16_t* copy = nullptr;
-        done = attempt([&] { copy = text->substringData(offset, count); });
+        const bool done = attempt([&] { copy = text->substringData(offset, count); });
         std::unique_ptr<char16_t, Plinth::FreeDeleter> owned(copy);
-        if (done != (offset <= length)) return fail("substringData refused wrongly");
         const std::u16string wanted = done ? old.substr(offset, count) : std::u16string();
-        if (wanted.empty() ? copy != nullptr : (!copy || wanted != copy))
-            return fail("substringData gave other units");
+        if (done != (offset <= length) || (wanted.empty() ? copy != nullptr : wanted != copy))
+            return fail("substringData refused wrongly or gave other units");
         return true;
     }
+    // Every edit is a replacement of `count` units at `offset` by `data`.
+    if (kind == 2 || kind == 3) count = 0;
+    if (kind == 3) offset = length;
+    if (kind == 4) data.reset();
+    if (kind == 5) offset = 0, count = length;
+    // The points in the text, to follow the edit: a point in the removed units goes to its
+    // start, one after them moves back by the units removed and forward by the units inserted.
+    // Each range is held, since the edit may drop the interpreter's last other reference to it.
+    struct Point {
+        Plinth::Ref<Arbor::Range> range;
+        bool start;
+        unsigned long before;
+    };
+    std::vector<Point> followed;
+    for (Node* node : reached) {
+        if (!text->isDocumentChild() || node->nodeType() != Arbor::RANGE_NODE) continue;
+        auto* range = static_cast<Arbor::Range*>(node);
+        if (range->isDetached() || range->isSuspended() || staleRanges.count(range)) continue;
+        for (const bool start : { true, false }) {
+            if ((start ? range->startContainer : range->endContainer) == text)
+                followed.push_back({ Plinth::Ref<Arbor::Range>(range), start,
+                    start ? range->startOffset : range->endOffset });
+        }
     }
+    const bool done = attempt([&] {
+        switch (kind) {
+        case 2:
+            return text->insertData(offset, chars(data));
+        case 3:
+            return text->appendData(chars(data));
+        case 4:
+            return text->deleteData(offset, count);
+        case 5:
+            return text->setData(chars(data));
+        default:
+            return text->replaceData(offset, count, chars(data));
+        }
+    });
     std::u16string expected = old;
     if (done) expected.replace(offset, std::min(count, length - offset), data ? *data : u"");
     if (dataOf(text) != expected)
@@ -483,14 +459,15 @@ bool Interpreter::textOperation()
     if (text->data() && expected.empty()) return fail("empty text keeps a buffer");
     const unsigned long removed = std::min(count, length - std::min(offset, length));
     const unsigned long added = data ? data->size() : 0;
-    for (const auto& [point, before] : points) {
-        unsigned long wanted = before < offset ? before
-            : before - offset < removed        ? offset
-                                               : before - removed;
+    for (const Point& at : followed) {
+        unsigned long wanted = at.before < offset ? at.before
+            : at.before - offset < removed        ? offset
+                                                  : at.before - removed;
         wanted += offset < wanted ? added : 0;
-        if (done && *point != wanted)
+        const unsigned long now = at.start ? at.range->startOffset : at.range->endOffset;
+        if (done && now != wanted)
             return fail(
-                "a point at " + std::to_string(before) + " moved to " + std::to_string(*point));
+                "a point at " + std::to_string(at.before) + " moved to " + std::to_string(now));
     }
     return true;
 }
@@ -630,53 +607,49 @@ bool Interpreter::observerOperation()
 bool Interpreter::rangeSetter(Arbor::Range* range)
 {
     Node* node = pick(source.chance(2) ? Arbor::TEXT_NODE : 0, 16, true);
-    const std::string before = pointsOf(range);
-    const int kind = static_cast<int>(source.below(8));
-    const bool start = kind % 2 == 0;
-    Node* container = node;
-    unsigned long offset = 0;
-    bool done = false;
-    if (kind < 2) {
-        operation = start ? "setStart" : "setEnd";
-        offset = node ? source.below(node->items() + 2) : 0;
-        done
-            = attempt([&] { start ? range->setStart(node, offset) : range->setEnd(node, offset); });
-    } else if (kind < 6) {
-        const bool after = kind >= 4;
-        operation = std::string(start ? "setStart" : "setEnd") + (after ? "After" : "Before");
-        if (node) {
-            container = node->parent;
-            offset = node->parentOffset() + after;
+    const std::string before = points(range);
+    const unsigned long kind = source.below(8);
+    static const char* const names[] = { "setStart", "setEnd", "setStartBefore", "setEndBefore",
+        "setStartAfter", "setEndAfter", "selectNode", "selectNodeContents" };
+    operation = names[kind];
+    const unsigned long offset = kind < 2 && node ? source.below(node->items() + 2) : 0;
+    const bool done = attempt([&] {
+        switch (kind) {
+        case 0:
+            return range->setStart(node, offset);
+        case 1:
+            return range->setEnd(node, offset);
+        case 2:
+            return range->setStartBefore(node);
+        case 3:
+            return range->setEndBefore(node);
+        case 4:
+            return range->setStartAfter(node);
+        case 5:
+            return range->setEndAfter(node);
+        case 6:
+            return range->selectNode(node);
+        default:
+            return range->selectNodeContents(node);
         }
-        done = attempt([&] {
-            if (start)
-                after ? range->setStartAfter(node) : range->setStartBefore(node);
-            else
-                after ? range->setEndAfter(node) : range->setEndBefore(node);
-        });
-    } else {
-        operation = kind == 6 ? "selectNode" : "selectNodeContents";
-        done = attempt(
-            [&] { kind == 6 ? range->selectNode(node) : range->selectNodeContents(node); });
-    }
-    if (!done) return pointsOf(range) == before ? true : fail("a refused setter moved the range");
+    });
+    if (!done) return points(range) == before ? true : fail("a refused setter moved the range");
     if (range->isSuspended()) return true;
-    Node* wantedStart = start ? container : range->startContainer;
-    Node* wantedEnd = start ? range->endContainer : container;
-    unsigned long wantedOffsets[2]
-        = { start ? offset : range->startOffset, start ? range->endOffset : offset };
-    if (kind == 6) {
-        wantedStart = wantedEnd = node->parent;
-        wantedOffsets[0] = node->parentOffset();
-        wantedOffsets[1] = wantedOffsets[0] + 1;
-    } else if (kind == 7) {
-        wantedStart = wantedEnd = node;
-        wantedOffsets[0] = 0;
-        wantedOffsets[1] = node->items();
-    }
-    if (range->startContainer != wantedStart || range->endContainer != wantedEnd
-        || range->startOffset != wantedOffsets[0] || range->endOffset != wantedOffsets[1])
-        return fail("the setter set other points: " + pointsOf(range));
+    // The point the setter set; the other one may have followed it (a collapse).
+    std::pair<Node*, unsigned long> wanted[2] = { { range->startContainer, range->startOffset },
+        { range->endContainer, range->endOffset } };
+    const unsigned long index = node->parent ? node->parentOffset() : 0;
+    if (kind < 2)
+        wanted[kind] = { node, offset };
+    else if (kind < 6)
+        wanted[kind % 2] = { node->parent, index + (kind >= 4) };
+    else if (kind == 6)
+        wanted[0] = { node->parent, index }, wanted[1] = { node->parent, index + 1 };
+    else
+        wanted[0] = { node, 0 }, wanted[1] = { node, node->items() };
+    if (wanted[0] != std::make_pair(range->startContainer, range->startOffset)
+        || wanted[1] != std::make_pair(range->endContainer, range->endOffset))
+        return fail("the setter set other points: " + points(range));
     return true;
 }
 
@@ -694,16 +667,20 @@ bool Interpreter::rangeOperation()
     const unsigned long index = source.below(ranges.size());
     Arbor::Range* range = ranges[index].get();
     const bool detached = range->isDetached();
-    switch (source.below(10)) {
+    const unsigned long choice = source.below(10);
+    switch (choice) {
     case 0:
     case 1:
     case 2:
         return rangeSetter(range);
     case 3:
-        operation = "collapse";
-        return attempt([&] { range->collapse(source.chance(2)); }) != detached
+    case 7:
+        // Both are refused exactly when the range is detached.
+        operation = choice == 3 ? "collapse" : "detach";
+        return attempt([&] { choice == 3 ? range->collapse(source.chance(2)) : range->detach(); })
+                != detached
             ? true
-            : fail("collapse refused wrongly");
+            : fail(operation + " refused wrongly");
     case 4: {
         operation = "compareBoundaryPoints";
         Arbor::Range* other
@@ -733,7 +710,7 @@ bool Interpreter::rangeOperation()
         Plinth::Ref<Arbor::Range> hold(copy);
         if (staleRanges.count(range)) staleRanges.insert(copy);
         if (ranges.size() < 6) ranges.push_back(hold);
-        if (!copy->isSuspended() && pointsOf(copy) != pointsOf(range))
+        if (!copy->isSuspended() && points(copy) != points(range))
             return fail("the copy has other points");
         return true;
     }
@@ -741,10 +718,6 @@ bool Interpreter::rangeOperation()
         operation = "deselect";
         range->deselect();
         return range->isSelected() ? fail("still selected") : true;
-    case 7:
-        operation = "detach";
-        return attempt([&] { range->detach(); }) != detached ? true
-                                                             : fail("detach refused wrongly");
     case 8:
         operation = "release range";
         ranges.erase(ranges.begin() + static_cast<long>(index));
@@ -759,6 +732,21 @@ bool Interpreter::rangeOperation()
         return true;
     }
     }
+}
+
+bool Interpreter::batchOrObserver()
+{
+    return source.chance(2) ? batchOperation() : observerOperation();
+}
+
+bool Interpreter::queryOrTearDown()
+{
+    if (!source.chance(40)) return query();
+    operation = "tearDown";
+    document()->tearDown();
+    tornDown = true;
+    ++batchDepth;
+    return true;
 }
 
 bool Interpreter::releaseNode()
@@ -799,39 +787,27 @@ bool Interpreter::step()
     hookLog().clear();
     const std::string before = xml();
     // Each operation with its weight out of 40.
-    using Run = bool (*)(Interpreter&);
-    static const std::pair<unsigned long, Run> operations[] = {
-        { 3, [](Interpreter& i) { return i.makeNode(); } },
-        { 8, [](Interpreter& i) { return i.childOperation(); } },
-        { 4, [](Interpreter& i) { return i.textOperation(); } },
-        { 2, [](Interpreter& i) { return i.splitText(); } },
-        { 3, [](Interpreter& i) { return i.attributeOperation(); } },
-        { 1, [](Interpreter& i) { return i.cloneNode(); } },
-        { 1, [](Interpreter& i) { return i.toggleSwitch(); } },
-        { 4, [](Interpreter& i) { return i.historyOperation(); } },
-        { 1,
-            [](Interpreter& i) {
-                return i.source.chance(2) ? i.batchOperation() : i.observerOperation();
-            } },
-        { 1, [](Interpreter& i) { return i.observerOperation(); } },
-        { 4, [](Interpreter& i) { return i.rangeOperation(); } },
-        { 1, [](Interpreter& i) { return i.releaseNode(); } },
-        { 1,
-            [](Interpreter& i) {
-                if (!i.source.chance(40)) return i.query();
-                i.operation = "tearDown";
-                i.document()->tearDown();
-                i.tornDown = true;
-                ++i.batchDepth;
-                return true;
-            } },
-        { 6, [](Interpreter& i) { return i.query(); } },
+    static const std::pair<unsigned long, bool (Interpreter::*)()> operations[] = {
+        { 3, &Interpreter::makeNode },
+        { 8, &Interpreter::childOperation },
+        { 4, &Interpreter::textOperation },
+        { 2, &Interpreter::splitText },
+        { 3, &Interpreter::attributeOperation },
+        { 1, &Interpreter::cloneNode },
+        { 1, &Interpreter::toggleSwitch },
+        { 4, &Interpreter::historyOperation },
+        { 1, &Interpreter::batchOrObserver },
+        { 1, &Interpreter::observerOperation },
+        { 4, &Interpreter::rangeOperation },
+        { 1, &Interpreter::releaseNode },
+        { 1, &Interpreter::queryOrTearDown },
+        { 6, &Interpreter::query },
     };
     bool ok = true;
     unsigned long choice = source.below(40);
     for (const auto& entry : operations) {
         if (choice < entry.first) {
-            ok = entry.second(*this);
+            ok = (this->*entry.second)();
             break;
         }
         choice -= entry.first;
@@ -917,11 +893,11 @@ bool Interpreter::checkRanges()
         }
         if (range->startOffset > range->startContainer->items()
             || range->endOffset > range->endContainer->items())
-            return fail("a range offset lies past its container's items: " + pointsOf(range));
+            return fail("a range offset lies past its container's items: " + points(range));
         Node* top[2];
         if (pathOf(range->endContainer, range->endOffset, top[1])
             < pathOf(range->startContainer, range->startOffset, top[0]))
-            return fail("a range starts after its end: " + pointsOf(range));
+            return fail("a range starts after its end: " + points(range));
     }
     staleRanges.swap(stale);
     return true;

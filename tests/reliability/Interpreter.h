@@ -170,11 +170,13 @@ private:
     bool toggleSwitch();
     bool historyOperation();
     bool batchOperation();
+    bool batchOrObserver();
     bool observerOperation();
     bool rangeOperation();
     bool rangeSetter(Arbor::Range* range);
     bool releaseNode();
     bool query();
+    bool queryOrTearDown();
 
     bool checkAll();
     bool checkRanges();

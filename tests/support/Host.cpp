@@ -5,6 +5,7 @@
 #include <memory>
 #include <ostream>
 #include <sstream>
+#include <tuple>
 
 namespace {
 
@@ -19,46 +20,32 @@ std::string point(Arbor::Node* container, unsigned long offset)
     return "(" + nameOf(container) + "," + std::to_string(offset) + ")";
 }
 
-std::string childEvent(const Arbor::BeforeReplaceChildrenEvent& e)
-{
-    return "BeforeReplaceChildren(" + nameOf(e.target) + ",child=" + nameOf(e.child)
-        + ",new=" + nameOf(e.newChild) + ",count=" + std::to_string(e.count) + ")";
-}
-
-std::string textEvent(const Arbor::BeforeReplaceTextEvent& e)
-{
-    std::string data = e.data ? "\"" + utf8(e.data) + "\"" : "null";
-    return "BeforeReplaceText(" + nameOf(e.target) + "," + std::to_string(e.offset) + ","
-        + std::to_string(e.count) + "," + data + ")";
-}
-
-std::string attributeEvent(const Arbor::DomAttributeEvent& e, const char* what)
-{
-    return std::string(what) + "(" + nameOf(e.target) + "," + tokenText(e.name) + ")";
-}
-
 std::string describe(Arbor::DomEvent& event)
 {
     using namespace Arbor;
     const Token type = event.type;
-    if (type == tok_BeforeReplaceChildren)
-        return childEvent(static_cast<BeforeReplaceChildrenEvent&>(event));
-    if (type == tok_AfterReplaceChildren)
-        return "AfterReplaceChildren(" + nameOf(event.target) + ")";
-    if (type == tok_BeforeReplaceText)
-        return textEvent(static_cast<BeforeReplaceTextEvent&>(event));
-    if (type == tok_AfterReplaceText) return "AfterReplaceText(" + nameOf(event.target) + ")";
+    if (type == tok_BeforeReplaceChildren) {
+        auto& e = static_cast<BeforeReplaceChildrenEvent&>(event);
+        return "BeforeReplaceChildren(" + nameOf(e.target) + ",child=" + nameOf(e.child)
+            + ",new=" + nameOf(e.newChild) + ",count=" + std::to_string(e.count) + ")";
+    }
+    if (type == tok_AfterReplaceChildren || type == tok_AfterReplaceText)
+        return tokenText(type) + "(" + nameOf(event.target) + ")";
+    if (type == tok_BeforeReplaceText) {
+        auto& e = static_cast<BeforeReplaceTextEvent&>(event);
+        return "BeforeReplaceText(" + nameOf(e.target) + "," + std::to_string(e.offset) + ","
+            + std::to_string(e.count) + "," + (e.data ? "\"" + utf8(e.data) + "\"" : "null") + ")";
+    }
     if (type == tok_BeforeSetAttribute) {
         auto& e = static_cast<BeforeSetAttributeEvent&>(event);
         return "BeforeSetAttribute(" + nameOf(e.target) + "," + tokenText(e.name) + "="
             + valueText(*e.value) + ")";
     }
-    if (type == tok_AfterSetAttribute)
-        return attributeEvent(static_cast<DomAttributeEvent&>(event), "AfterSetAttribute");
-    if (type == tok_BeforeRemoveAttribute)
-        return attributeEvent(static_cast<DomAttributeEvent&>(event), "BeforeRemoveAttribute");
-    if (type == tok_AfterRemoveAttribute)
-        return attributeEvent(static_cast<DomAttributeEvent&>(event), "AfterRemoveAttribute");
+    if (type == tok_AfterSetAttribute || type == tok_BeforeRemoveAttribute
+        || type == tok_AfterRemoveAttribute) {
+        auto& e = static_cast<DomAttributeEvent&>(event);
+        return tokenText(type) + "(" + nameOf(e.target) + "," + tokenText(e.name) + ")";
+    }
     if (type == tok_BeforeSelectionChange) {
         auto& e = static_cast<BeforeSelectionChangeEvent&>(event);
         return "BeforeSelectionChange(" + point(e.startContainer, e.startOffset) + "-"
@@ -177,27 +164,6 @@ bool TestElement::maySetAttribute(Arbor::Token, const Arbor::Variant&) { return 
 
 bool TestElement::mayRemoveAttribute(Arbor::Token) { return !refuseRemove; }
 
-bool TestElement::beforeSetAttribute(
-    Arbor::Element* element, Arbor::Token name, const Arbor::Variant&)
-{
-    return logHook("beforeSetAttribute", element, name);
-}
-
-bool TestElement::afterSetAttribute(Arbor::Element* element, Arbor::Token name)
-{
-    return logHook("afterSetAttribute", element, name);
-}
-
-bool TestElement::beforeRemoveAttribute(Arbor::Element* element, Arbor::Token name)
-{
-    return logHook("beforeRemoveAttribute", element, name);
-}
-
-bool TestElement::afterRemoveAttribute(Arbor::Element* element, Arbor::Token name)
-{
-    return logHook("afterRemoveAttribute", element, name);
-}
-
 bool TestElement::logHook(const char* hook, Arbor::Element* element, Arbor::Token name)
 {
     hookLog().push_back(std::string(hook) + "(" + nameOf(this) + "," + nameOf(element) + ","
@@ -251,28 +217,30 @@ TestText* appendText(Arbor::Node* parent, const char16_t* data)
     return text;
 }
 
-void expectDomError(long code, const std::function<void()>& action)
+namespace {
+
+template <class Error> void expectError(long code, const std::function<void()>& action)
 {
     try {
         action();
-    } catch (const Arbor::DomException& e) {
+    } catch (const Error& e) {
         EXPECT_EQ(e.code, code) << "thrown " << e.causeName() << ", expected "
-                                << Arbor::DomException(code).causeName();
+                                << Error(code).causeName();
         return;
     }
-    ADD_FAILURE() << "expected " << Arbor::DomException(code).causeName() << ", nothing thrown";
+    ADD_FAILURE() << "expected " << Error(code).causeName() << ", nothing thrown";
+}
+
+} // namespace
+
+void expectDomError(long code, const std::function<void()>& action)
+{
+    expectError<Arbor::DomException>(code, action);
 }
 
 void expectRangeError(long code, const std::function<void()>& action)
 {
-    try {
-        action();
-    } catch (const Arbor::RangeException& e) {
-        EXPECT_EQ(e.code, code) << "thrown " << e.causeName() << ", expected "
-                                << Arbor::RangeException(code).causeName();
-        return;
-    }
-    ADD_FAILURE() << "expected " << Arbor::RangeException(code).causeName() << ", nothing thrown";
+    expectError<Arbor::RangeException>(code, action);
 }
 
 void setSwitches(Arbor::Node* target, const char* switches)
@@ -335,8 +303,8 @@ void PostedTask::operator()()
 
 bool Snapshot::operator==(const Snapshot& other) const
 {
-    return xml == other.xml && events == other.events && canUndo == other.canUndo
-        && canRedo == other.canRedo;
+    return std::tie(xml, events, canUndo, canRedo)
+        == std::tie(other.xml, other.events, other.canUndo, other.canRedo);
 }
 
 std::ostream& operator<<(std::ostream& os, const Snapshot& snapshot)

@@ -72,11 +72,22 @@ public:
         Arbor::Node* first, unsigned long count, Arbor::Node* newChild) override;
     bool maySetAttribute(Arbor::Token name, const Arbor::Variant& value) override;
     bool mayRemoveAttribute(Arbor::Token name) override;
-    bool beforeSetAttribute(
-        Arbor::Element* element, Arbor::Token name, const Arbor::Variant& value) override;
-    bool afterSetAttribute(Arbor::Element* element, Arbor::Token name) override;
-    bool beforeRemoveAttribute(Arbor::Element* element, Arbor::Token name) override;
-    bool afterRemoveAttribute(Arbor::Element* element, Arbor::Token name) override;
+    bool beforeSetAttribute(Arbor::Element* e, Arbor::Token n, const Arbor::Variant&) override
+    {
+        return logHook("beforeSetAttribute", e, n);
+    }
+    bool afterSetAttribute(Arbor::Element* e, Arbor::Token n) override
+    {
+        return logHook("afterSetAttribute", e, n);
+    }
+    bool beforeRemoveAttribute(Arbor::Element* e, Arbor::Token n) override
+    {
+        return logHook("beforeRemoveAttribute", e, n);
+    }
+    bool afterRemoveAttribute(Arbor::Element* e, Arbor::Token n) override
+    {
+        return logHook("afterRemoveAttribute", e, n);
+    }
 
 private:
     bool logHook(const char* hook, Arbor::Element* element, Arbor::Token name);
