@@ -2,6 +2,7 @@
 
 #include "arbor/document/Document.h"
 #include "arbor/foundation/UString.h"
+#include "arbor/foundation/internal/UnitBuffer.h"
 #include "arbor/tree/DomException.h"
 #include "arbor/tree/internal/NodePool.h"
 #include "arbor/undo/ReplaceDataOperation.h"
@@ -11,22 +12,7 @@
 #include <new>
 #include <string>
 
-namespace {
-
-unsigned long clipCount(unsigned long length, unsigned long offset, unsigned long count)
-{
-    const unsigned long rest = length - offset;
-    return count < rest ? count : rest;
-}
-
-char16_t* allocateUnits(unsigned long units)
-{
-    void* memory = std::malloc(units * sizeof(char16_t));
-    if (!memory) throw std::bad_alloc();
-    return static_cast<char16_t*>(memory);
-}
-
-} // namespace
+using Plinth::clipUnits;
 
 Arbor::DataNode::DataNode(Document* document, const char16_t* data)
     : AtomicNode(document)
@@ -69,12 +55,8 @@ char16_t* Arbor::DataNode::substringData(unsigned long offset, unsigned long cou
 {
     const unsigned long len = length();
     if (offset > len) throw DomException(DomException::INDEX_SIZE_ERR);
-    count = clipCount(len, offset, count);
-    if (count == 0) return nullptr;
-    char16_t* copy = allocateUnits(count + 1);
-    std::memcpy(copy, buffer + offset, count * sizeof(char16_t));
-    copy[count] = 0;
-    return copy;
+    count = clipUnits(len, offset, count);
+    return count ? Plinth::copyUnits(buffer + offset, count) : nullptr;
 }
 
 void Arbor::DataNode::replaceData(
@@ -83,7 +65,7 @@ void Arbor::DataNode::replaceData(
     const unsigned long len = length();
     if (offset > len) throw DomException(DomException::INDEX_SIZE_ERR);
     // The data the edit would leave is checked as a whole: "-" + "-" makes "--" across the seam.
-    count = clipCount(len, offset, count);
+    count = clipUnits(len, offset, count);
     std::u16string result;
     if (buffer) result.append(buffer, offset);
     if (newData) result.append(newData);
@@ -104,24 +86,9 @@ void Arbor::DataNode::replaceDataRaw(
 {
     const unsigned long len = length();
     if (offset > len) throw DomException(DomException::INDEX_SIZE_ERR);
-    count = clipCount(len, offset, count);
+    count = clipUnits(len, offset, count);
     const unsigned long added = newData ? Plinth::ustrlen(newData) : 0;
-    const unsigned long newLength = len - count + added;
-    if (newLength == 0) {
-        std::free(buffer);
-        buffer = nullptr;
-        return;
-    }
-    // A fresh buffer of the exact size, filled before the old one goes: a failure changes
-    // nothing, and the new units may come from the old buffer.
-    char16_t* fresh = allocateUnits(newLength + 1);
-    const unsigned long rest = len - offset - count;
-    if (offset) std::memcpy(fresh, buffer, offset * sizeof(char16_t));
-    if (added) std::memcpy(fresh + offset, newData, added * sizeof(char16_t));
-    if (rest) std::memcpy(fresh + offset + added, buffer + offset + count, rest * sizeof(char16_t));
-    fresh[newLength] = 0;
-    std::free(buffer);
-    buffer = fresh;
+    Plinth::spliceUnits(buffer, len, offset, count, newData, added);
 }
 
 void Arbor::DataNode::setData(const char16_t* s) { replaceData(0, length(), s); }

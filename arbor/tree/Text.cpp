@@ -4,6 +4,7 @@
 #include "arbor/foundation/CData.h"
 #include "arbor/foundation/Ref.h"
 #include "arbor/foundation/UString.h"
+#include "arbor/foundation/internal/UnitBuffer.h"
 #include "arbor/tree/DomException.h"
 #include "arbor/tree/internal/NodePool.h"
 #include "arbor/undo/ReplaceTextOperation.h"
@@ -18,23 +19,11 @@ namespace {
 
 using UniqueUString = std::unique_ptr<char16_t, Plinth::FreeDeleter>;
 
-// The units from `offset` that `count` covers in a text of `length` units, without overflow.
-unsigned long clipCount(unsigned long length, unsigned long offset, unsigned long count)
-{
-    const unsigned long rest = length - offset;
-    return count < rest ? count : rest;
-}
-
 thread_local unsigned long textEdits = 0;
 
-char16_t* allocateUnits(unsigned long units)
-{
-    void* memory = std::malloc(units * sizeof(char16_t));
-    if (!memory) throw std::bad_alloc();
-    return static_cast<char16_t*>(memory);
-}
-
 } // namespace
+
+using Plinth::clipUnits;
 
 Arbor::Text::Text(Document* document, const char16_t* data)
     : AtomicNode(document)
@@ -73,19 +62,15 @@ unsigned long Arbor::Text::length() const { return buffer ? Plinth::ustrlen(buff
 
 unsigned long Arbor::Text::clip(unsigned long offset, unsigned long count) const
 {
-    return clipCount(length(), offset, count);
+    return clipUnits(length(), offset, count);
 }
 
 char16_t* Arbor::Text::substringData(unsigned long offset, unsigned long count)
 {
     const unsigned long len = length();
     if (offset > len) throw DomException(DomException::INDEX_SIZE_ERR);
-    count = clipCount(len, offset, count);
-    if (count == 0) return nullptr;
-    char16_t* copy = allocateUnits(count + 1);
-    Plinth::ustrncpy(copy, buffer + offset, count);
-    copy[count] = 0;
-    return copy;
+    count = clipUnits(len, offset, count);
+    return count ? Plinth::copyUnits(buffer + offset, count) : nullptr;
 }
 
 void Arbor::Text::replaceData(unsigned long offset, unsigned long count, const char16_t* newData)
@@ -104,7 +89,7 @@ void Arbor::Text::replaceData(unsigned long offset, unsigned long count, const c
         if (measured) op->knowLength(len);
         document->doModelOperation(op);
     } else if (measured && buffer) {
-        spliceData(len, offset, clipCount(len, offset, count), newData,
+        spliceData(len, offset, clipUnits(len, offset, count), newData,
             newData ? Plinth::ustrlen(newData) : 0);
     } else {
         replaceDataRaw(offset, count, newData);
@@ -126,7 +111,7 @@ void Arbor::Text::replaceDataRaw(unsigned long offset, unsigned long count, cons
     const unsigned long len = Plinth::ustrlen(buffer);
     // An offset past the end would copy from outside the buffer: refuse it rather than read it.
     if (offset > len) throw DomException(DomException::INDEX_SIZE_ERR);
-    spliceData(len, offset, clipCount(len, offset, count), newData,
+    spliceData(len, offset, clipUnits(len, offset, count), newData,
         newData ? Plinth::ustrlen(newData) : 0);
 }
 
@@ -134,22 +119,7 @@ void Arbor::Text::spliceData(unsigned long length, unsigned long offset, unsigne
     const char16_t* newData, unsigned long added)
 {
     ++textEdits;
-    const unsigned long newLength = length - count + added;
-    if (newLength == 0) {
-        std::free(buffer);
-        buffer = nullptr;
-        return;
-    }
-    // Every change gets a fresh buffer of the exact new size, allocated before the old one is
-    // freed: a failure leaves the text as it was, and the new units may come from the old buffer.
-    char16_t* fresh = allocateUnits(newLength + 1);
-    const unsigned long rest = length - offset - count;
-    if (offset) std::memcpy(fresh, buffer, offset * sizeof(char16_t));
-    if (added) std::memcpy(fresh + offset, newData, added * sizeof(char16_t));
-    if (rest) std::memcpy(fresh + offset + added, buffer + offset + count, rest * sizeof(char16_t));
-    fresh[newLength] = 0;
-    std::free(buffer);
-    buffer = fresh;
+    Plinth::spliceUnits(buffer, length, offset, count, newData, added);
 }
 
 void Arbor::Text::setData(const char16_t* s) { replaceData(0, length(), s); }
