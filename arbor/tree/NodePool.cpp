@@ -241,7 +241,7 @@ void* Arbor::NodePool::allocate(std::size_t size)
 void Arbor::NodePool::release(void* memory, std::size_t size) noexcept
 {
     if (!memory) return;
-    if (size > maxSize || !Plinth::poolingEnabled()) return ::operator delete(memory, size);
+    if (size > maxSize || !Plinth::poolingEnabled()) return ::operator delete(memory);
     const std::size_t index = classOf(size);
     auto* slot = static_cast<Free*>(memory);
     if (local.state == State::live && local.count[index] + 1 < 2 * batch) {

@@ -52,10 +52,9 @@ public:
     {                                                                                              \
         ::Arbor::NodePool::release(memory, size);                                                  \
     }                                                                                              \
-    void Class::operator delete(                                                                   \
-        void* memory, std::size_t size, std::align_val_t alignment) noexcept                       \
+    void Class::operator delete(void* memory, std::size_t, std::align_val_t alignment) noexcept    \
     {                                                                                              \
-        ::operator delete(memory, size, alignment);                                                \
+        ::operator delete(memory, alignment);                                                      \
     }                                                                                              \
     void Class::operator delete(void* memory, const std::nothrow_t&) noexcept                      \
     {                                                                                              \
