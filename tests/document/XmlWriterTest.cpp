@@ -181,6 +181,7 @@ TEST_F(PrologTest, DocumentTypeForms)
         { "a", "", "it\"s", "", "<!DOCTYPE a SYSTEM 'it\"s'>" },
         { "a", "", "", "<!ENTITY e \"x\">", "<!DOCTYPE a [<!ENTITY e \"x\">]>" },
         { "a:b", "p 'id'", "s", "\n", "<!DOCTYPE a:b PUBLIC \"p 'id'\" \"s\" [\n]>" },
+        { "a", "zZ9", "s", "", "<!DOCTYPE a PUBLIC \"zZ9\" \"s\">" },
         { "1a", "", "", "", nullptr },
         { "a", "p", "", "", nullptr },
         { "a", "bad\"", "s", "", nullptr },

@@ -77,9 +77,14 @@ TEST_F(CommentTest, RefusesWhatCannotBeWrittenBack)
     comment->deleteData(1, ULONG_MAX);
     EXPECT_EQ(Arbor::dataUtf8(comment.get()), "a");
 
-    for (const char* target : { "xml", "XmL", "1st", "a b", "", "\xC3" })
+    // Around the edges of the ranges of name characters: U+00BF, U+00D7, U+037E, U+FDEF, U+FFFE.
+    for (const char* target : { "xml", "XmL", "1st", "a b", "", "\xC3", "\xC2\xBF", "\xC3\x97",
+             "\xCD\xBE", "\xEF\xB7\xAF", "\xEF\xBF\xBE" })
         expectDomError(5, [&] { delete document().createProcessingInstruction(target, nullptr); });
-    for (const char* target : { "xml-stylesheet", "xmlx", "_a.b:c", "\xC3\xA9t\xC3\xA9" })
+    // U+00C0, U+00D6, U+00D8, U+00F8, U+037D, U+1FFF, U+FDF0, U+FFFD, U+10000.
+    for (const char* target : { "xml-stylesheet", "xmlx", "_a.b:c", "\xC3\xA9t\xC3\xA9", "z9", "Z",
+             "\xC3\x80", "\xC3\x96", "\xC3\x98", "\xC3\xB8", "\xCD\xBD", "\xE1\xBF\xBF",
+             "\xEF\xB7\xB0", "\xEF\xBF\xBD", "\xF0\x90\x80\x80" })
         delete document().createProcessingInstruction(target, nullptr);
     expectDomError(5, [&] { delete document().createProcessingInstruction(Arbor::Token(), u"d"); });
 }
