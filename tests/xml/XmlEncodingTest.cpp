@@ -107,6 +107,17 @@ TEST(XmlEncodingTest, ErrorsArePlacedInTheInputAsWritten)
     } catch (const Arbor::XmlParseError& e) {
         EXPECT_EQ(e.column, 9u);
     }
+    // Input of only the four bytes of a UTF-32 "<" is still read as UTF-32.
+    const auto error = [](const std::string& data) {
+        try {
+            Arbor::loadXml(data.data(), data.size());
+        } catch (const Arbor::XmlParseError& e) {
+            return std::string(e.message()) + " at " + std::to_string(e.column);
+        }
+        return std::string("loaded");
+    };
+    for (const std::string& data : { std::string("<\0\0\0", 4), std::string("\0\0\0<", 4) })
+        EXPECT_EQ(error(data), error("<"));
 }
 
 TEST(XmlEncodingTest, EncodingNamesIgnoreCaseAndKnowCommonAliases)
