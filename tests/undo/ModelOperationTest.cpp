@@ -48,6 +48,11 @@ TEST_F(ModelOperationTest, AppendedChainAndItsInverse)
         EXPECT_EQ(siblings(x), "x y z") << "the removed run stays linked";
         EXPECT_EQ(x->parentChanges, 1) << "not told when removed";
     }
+    // Only the inserted nodes are told, not the child they are put before.
+    Arbor::ReplaceChildrenOperation before(&document(), p, x, 0, document().makeElement("w"));
+    before.execute();
+    EXPECT_EQ(xml(p), "<p><w></w><x></x><y></y><z></z></p>");
+    EXPECT_EQ(x->parentChanges, 2);
 }
 
 TEST_F(ModelOperationTest, RunIsClampedAtConstruction)
