@@ -118,6 +118,9 @@ TEST(XmlEncodingTest, ErrorsArePlacedInTheInputAsWritten)
     };
     for (const std::string& data : { std::string("<\0\0\0", 4), std::string("\0\0\0<", 4) })
         EXPECT_EQ(error(data), error("<"));
+    // A two-byte encoding is read through its table, so a bad pair is the parser's invalid token.
+    EXPECT_EQ(error("<?xml version=\"1.0\" encoding=\"Shift_JIS\"?><t>\x81\x7f</t>"),
+        "not well-formed (invalid token) at 46");
 }
 
 TEST(XmlEncodingTest, EncodingNamesIgnoreCaseAndKnowCommonAliases)
