@@ -229,4 +229,9 @@ TEST_F(PrologTest, RefusesOtherNodes)
     prolog->replaceChild(doc->createDocumentType("b"), type);
     EXPECT_EQ(doc->doctype()->nodeName(), Arbor::Token("b"));
     EXPECT_EQ(prolog->items(), 2u);
+    // ...but a second one may not come in the place of another node.
+    Arbor::Node* front = prolog->insertBefore(doc->createComment(u"f"), prolog->firstChild());
+    Plinth::Ref<Arbor::Node> second(doc->createDocumentType("c"));
+    expectDomError(3, [&] { prolog->replaceChild(second.get(), front); });
+    EXPECT_EQ(prolog->items(), 3u);
 }
