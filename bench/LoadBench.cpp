@@ -37,70 +37,7 @@
 #include <vector>
 
 #ifdef ARBOR_LOAD_BENCH_MEMORY
-#include <new>
-
-extern "C" {
-void* __libc_malloc(std::size_t size);
-void __libc_free(void* p);
-void* __libc_calloc(std::size_t count, std::size_t size);
-void* __libc_realloc(void* p, std::size_t size);
-void* __libc_memalign(std::size_t alignment, std::size_t size);
-}
-
-namespace {
-long liveBytes = 0;
-void* counted(void* p)
-{
-    if (p) liveBytes += long(malloc_usable_size(p));
-    return p;
-}
-} // namespace
-
-extern "C" void* malloc(std::size_t size) noexcept { return counted(__libc_malloc(size)); }
-extern "C" void free(void* p) noexcept
-{
-    if (p) liveBytes -= long(malloc_usable_size(p));
-    __libc_free(p);
-}
-extern "C" void* calloc(std::size_t count, std::size_t size) noexcept
-{
-    return counted(__libc_calloc(count, size));
-}
-extern "C" void* realloc(void* p, std::size_t size) noexcept
-{
-    const long before = p ? long(malloc_usable_size(p)) : 0;
-    void* moved = __libc_realloc(p, size);
-    if (moved)
-        liveBytes += long(malloc_usable_size(moved)) - before;
-    else if (size == 0)
-        liveBytes -= before;
-    return moved;
-}
-extern "C" void* memalign(std::size_t alignment, std::size_t size) noexcept
-{
-    return counted(__libc_memalign(alignment, size));
-}
-extern "C" void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept
-{
-    return counted(__libc_memalign(alignment, size));
-}
-extern "C" int posix_memalign(void** out, std::size_t alignment, std::size_t size) noexcept
-{
-    void* p = counted(__libc_memalign(alignment, size));
-    if (!p) return ENOMEM;
-    *out = p;
-    return 0;
-}
-void* operator new(std::size_t size)
-{
-    if (void* p = std::malloc(size ? size : 1)) return p;
-    throw std::bad_alloc();
-}
-void* operator new[](std::size_t size) { return operator new(size); }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
+#include "bench/CountingAllocator.h"
 #endif
 
 namespace {
