@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <new>
+#include <vector>
 
 using ReusedAddressTest = HostTest;
 
@@ -102,6 +103,11 @@ TEST_F(ReusedAddressTest, NodeBornAtAFreedAddressAfterTheDeathReplays)
     Plinth::Ref<Arbor::Node> detached(new PooledElement(&document(), "d"));
     detached->appendChild(new PooledElement(&document(), "e"));
     detached->removeChild(detached->firstChild());
+    // Many deaths after the unrecorded change: the log of deaths grows and its places collide.
+    std::vector<Plinth::Ref<Arbor::Node>> many;
+    for (int i = 0; i < 300; ++i)
+        many.emplace_back(document().makeText(u"n"));
+    many.clear();
 
     document().undo();
     EXPECT_EQ(children(p), "q z w");

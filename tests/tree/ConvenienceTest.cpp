@@ -48,7 +48,8 @@ TEST(Utf8Test, EncodingReplacesUnpairedSurrogates)
     };
     const Case cases[] = {
         { "pair", u"\U0001F600", "\xF0\x9F\x98\x80" },
-        { "BMP forms", u"a\u00e9\u20ac", "a\xC3\xA9\xE2\x82\xAC" },
+        { "BMP forms at the edges of their lengths", u"\u007f\u0080\u07ff\u0800\uffff",
+            "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF" },
         { "high surrogate at the end", u"a\xD83D", "a\xEF\xBF\xBD" },
         { "high surrogate before a letter",
             u"\xD83D"

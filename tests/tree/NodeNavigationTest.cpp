@@ -32,6 +32,9 @@ TEST_F(NodeNavigationTest, Counts)
     Plinth::Ref<TestText> loose(document().makeText(u"abc"));
     loose->splitText(1);
     EXPECT_EQ(Arbor::Node::countFollowing(loose.get()), 2u);
+    Plinth::Ref<Arbor::DocumentFragment> fragment(document().createDocumentFragment());
+    EXPECT_FALSE(fragment->hasAttributes());
+    EXPECT_FALSE(document().hasAttributes());
 }
 
 TEST_F(NodeNavigationTest, FindChildByNameAndIndex)

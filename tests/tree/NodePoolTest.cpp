@@ -72,7 +72,8 @@ TEST_F(NodePoolTest, NodesFreedOnAnotherThreadAreReused)
 {
     // Few enough that the freeing thread keeps them all until it exits.
     Arbor::Document* doc = &document();
-    for (const auto& [name, make] : kinds) {
+    for (const auto& kind : kinds) {
+        const auto& make = kind.second;
         std::vector<Arbor::Node*> nodes;
         std::thread([&] { nodes = makeMany(doc, make, few); }).join();
         std::set<Arbor::Node*> freed;
@@ -84,8 +85,8 @@ TEST_F(NodePoolTest, NodesFreedOnAnotherThreadAreReused)
         long unusedByLaterThread = 0;
         std::thread([&] { unusedByLaterThread = fresh(makeMany(doc, make, few), freed); }).join();
         if (Plinth::poolingEnabled()) {
-            EXPECT_EQ(unusedByFreeingThread, 0) << name;
-            EXPECT_EQ(unusedByLaterThread, 0) << name << ": the exited thread's memory is reused";
+            EXPECT_EQ(unusedByFreeingThread, 0) << kind.first;
+            EXPECT_EQ(unusedByLaterThread, 0) << kind.first << ": the exited thread's memory is reused";
         }
     }
 }

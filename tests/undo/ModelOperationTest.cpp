@@ -95,9 +95,13 @@ TEST_F(ModelOperationTest, DeletionPastTheEndRedoesWhatWasThere)
 TEST_F(ModelOperationTest, TextOperationPastTheEndThrowsBeforeAnyEvent)
 {
     TestText* t = appendText(root(), u"abc");
+    Arbor::Comment* c = document().createComment(u"abc");
+    root()->appendChild(c);
     Arbor::ReplaceTextOperation op(&document(), t, 4, 0, u"x");
+    Arbor::ReplaceDataOperation dataOp(&document(), c, 4, 0, u"x");
     const Snapshot before = snapshot();
     expectDomError(Arbor::DomException::INDEX_SIZE_ERR, [&] { op.execute(); });
+    expectDomError(Arbor::DomException::INDEX_SIZE_ERR, [&] { dataOp.execute(); });
     EXPECT_EQ(snapshot(), before);
 }
 

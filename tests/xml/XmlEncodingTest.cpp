@@ -47,7 +47,7 @@ TEST(XmlEncodingTest, LoadsEachEncodingFromFileStreamAndMemory)
         { "big5.xml", "中文字" },
         { "iso-2022-jp.xml", "日本語" },
         { "gb18030.xml", "中文 \U00020000" },
-        { "ibm500.xml", "Grüße" },
+        { "ibm500.xml", "Grüße [!]" },
         { "utf-32-bom.xml", "Grüße \U0001F600" },
         { "utf-16be-nobom.xml", "Grüße \U0001F600" },
         { "utf-16le-bom.xml", "Grüße" },
@@ -121,6 +121,15 @@ TEST(XmlEncodingTest, ErrorsArePlacedInTheInputAsWritten)
     // A two-byte encoding is read through its table, so a bad pair is the parser's invalid token.
     EXPECT_EQ(error("<?xml version=\"1.0\" encoding=\"Shift_JIS\"?><t>\x81\x7f</t>"),
         "not well-formed (invalid token) at 46");
+    // Converted whole, the place of a bad byte counts CR LF, CR and LF as one line end each.
+    try {
+        const std::string data
+            = "<?xml version='1.0' encoding='GB18030'?>\r\n<t>\r\r\nx\n\xE9\x81\xFF</t>";
+        Arbor::loadXml(data.data(), data.size());
+        ADD_FAILURE() << "loaded";
+    } catch (const Arbor::XmlParseError& e) {
+        EXPECT_EQ(std::make_pair(e.line, e.column), std::make_pair(5ul, 2ul));
+    }
 }
 
 TEST(XmlEncodingTest, EncodingNamesIgnoreCaseAndKnowCommonAliases)
