@@ -143,3 +143,21 @@ TEST_F(ReusedAddressTest, NodeWatchersHearEveryDestructionOfTheirDocument)
     EXPECT_EQ(second.heard, 1);
     EXPECT_EQ(second.ends, 0);
 }
+
+// Operations that leave the history early (here the oldest task, dropped by the limit) do not end
+// the watch of the ones still kept: an unrecorded change later does not make their replay refuse.
+TEST_F(ReusedAddressTest, TrimmedHistoryStillReplaysAfterAnUnrecordedChange)
+{
+    document().maxUndoTasks(2);
+    Arbor::Element* p = appendElement(root(), "p");
+    document().newUndoTask();
+    appendElement(p, "x");
+    document().newUndoTask();
+    appendElement(p, "y");
+    Plinth::Ref<Arbor::Node> detached(document().makeElement("d"));
+    appendElement(detached.get(), "e");
+    document().undo();
+    document().undo();
+    EXPECT_EQ(xml(root()), "<root><p></p></root>");
+    EXPECT_FALSE(document().canUndo());
+}
