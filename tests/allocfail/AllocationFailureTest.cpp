@@ -1,5 +1,6 @@
 #include "tests/allocfail/FailingAllocator.h"
 #include "tests/support/Host.h"
+#include "tests/support/Links.h"
 
 #include <gtest/gtest.h>
 
@@ -102,38 +103,15 @@ struct Scenario {
     using Step = std::function<void(World&)>;
     using State = std::function<std::string(World&)>;
 
-    Scenario(const char* name, Promise promise, Step setup, Step action, State state = nullptr,
-        bool mayAbsorb = false)
-        : name(name)
-        , promise(promise)
-        , setup(std::move(setup))
-        , action(std::move(action))
-        , state(std::move(state))
-        , mayAbsorb(mayAbsorb)
-    {
-    }
-
     const char* name;
     Promise promise;
-    std::function<void(World&)> setup;
-    std::function<void(World&)> action;
+    Step setup;
+    Step action;
     /// The state compared before and after; the XML of everything the world holds by default.
-    std::function<std::string(World&)> state;
+    State state = nullptr;
     /// The library may absorb the failure itself (a stream that turns bad instead of throwing).
-    bool mayAbsorb;
+    bool mayAbsorb = false;
 };
-
-std::string linkProblem(Node* node)
-{
-    Node* previous = nullptr;
-    for (Node* child = node->firstChild(); child; child = child->nextSibling()) {
-        if (child->parentNode() != node || child->previousSibling() != previous)
-            return "child of " + nameOf(node) + " has wrong links";
-        if (std::string problem = linkProblem(child); !problem.empty()) return problem;
-        previous = child;
-    }
-    return node->lastChild() == previous ? std::string() : nameOf(node) + " has a wrong last child";
-}
 
 std::string stateOf(const Scenario& scenario, World& world)
 {
@@ -314,8 +292,7 @@ TEST(AllocationFailureTest, EveryAllocationFailedInTurn)
                         EXPECT_TRUE(state == before || state == after) << state;
                     }
                 }
-                EXPECT_EQ(linkProblem(world.document.get()), "");
-                EXPECT_EQ(linkProblem(world.detached.get()), "");
+                EXPECT_LINKS_SOUND({ world.document.get(), world.detached.get() });
             }
             EXPECT_EQ(liveHostObjects(), live) << "host objects leaked";
             if (done || k > 10000 || ::testing::Test::HasFailure()) break;
