@@ -110,6 +110,7 @@ TEST(VariantTest, EqualityAndOrder)
         EXPECT_EQ(c.a < c.b, c.less);
         EXPECT_EQ(c.b < c.a, !c.equal && !c.less);
         EXPECT_FALSE(c.a < c.a);
+        EXPECT_TRUE(c.a == c.a);
     }
 }
 
@@ -126,7 +127,8 @@ TEST(VariantTest, CopiesAndAssignment)
     EXPECT_EQ(plain.variantClass(), Arbor::TokenVariant::runtimeClass());
     EXPECT_TRUE(plain == Arbor::TokenVariant(Arbor::tok_AfterReplaceText));
     EXPECT_EQ(plain.dynamicCast(Arbor::TokenVariant::runtimeClass()), &plain);
-    EXPECT_EQ(plain.dynamicCast(Arbor::Variant::runtimeClass()), nullptr);
+    EXPECT_EQ(static_cast<const Arbor::Variant&>(plain).dynamicCast(Arbor::Variant::runtimeClass()),
+        nullptr);
     EXPECT_EQ(Arbor::StringVariant(nullptr).val(), nullptr);
 
     Arbor::UStringVariant u(u"\U0001F600 smile");
