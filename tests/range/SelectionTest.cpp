@@ -132,86 +132,64 @@ TEST_F(SelectionTest, DeselectRangesAnnouncesEachSelectedRangeOnce)
     document().removeObserver(&watcher);
 }
 
-TEST_F(SelectionTest, ObserverThatDetachesCancelsTheSelectionChange)
+// An observer may deselect or detach the range from inside its selection events: a detach
+// cancels the event for the observers behind it, the operation completes all the same, and the
+// selection's reference is dropped exactly once.
+TEST_F(SelectionTest, ObserverThatDeselectsOrDetachesFromInside)
 {
-    enum Reaction { Detach, Deselect, DetachSilently };
-    const std::string before = "BeforeSelectionChange((p,2)-(p,4))";
+    enum Action { SetStart, Deselect, DeselectAll, Detach, DetachSilently };
+    using Lines = std::vector<std::string>;
+    const std::string change = "BeforeSelectionChange((p,2)-(p,4))";
+    const std::string gone = "BeforeDeselect";
     struct Case {
-        const char* what;
-        Reaction reaction;
-        std::vector<std::string> heard; // by the observer registered before the reacting one
-        std::vector<std::string> laterHears; // by the one after it
-        bool selected;
-        unsigned long refCount; // the list's and the test's (+ the selection's)
+        Action outer, inner;
+        Lines heard, laterHears; // by the observers registered before and after the reacting one
+        bool selected, detached;
     };
     const Case cases[] = {
-        { "detach", Detach, { before, "BeforeDeselect" }, { "BeforeDeselect" }, false, 2 },
-        { "deselect", Deselect, { before, "BeforeDeselect" }, { "BeforeDeselect", before }, false,
-            2 },
-        // Detached but still selected: canceled all the same, and no after-event.
-        { "detachSilent", DetachSilently, { before }, {}, true, 3 },
+        { SetStart, Detach, { change, gone }, { gone }, false, true },
+        { SetStart, Deselect, { change, gone }, { gone, change }, false, false },
+        { SetStart, DetachSilently, { change }, {}, true, true }, // no after-event either
+        { Deselect, Deselect, { gone }, { gone }, false, false },
+        { Deselect, Detach, { gone }, {}, false, true },
+        { Detach, Deselect, { gone }, { gone }, false, true },
+        { Detach, Detach, { gone }, {}, false, true },
+        { DeselectAll, Deselect, { gone }, { gone }, false, false },
+        { DeselectAll, Detach, { gone }, {}, false, true },
     };
     for (const Case& test : cases) {
-        SCOPED_TRACE(test.what);
+        SCOPED_TRACE(std::to_string(test.outer) + " " + std::to_string(test.inner));
         Ref<Range> r = selectedRange(p, 1, p, 4);
+        const auto act = [&](Action action) {
+            if (action == SetStart) r->setStart(p, 2);
+            if (action == Deselect) r->deselect();
+            if (action == DeselectAll) document().deselectRanges();
+            if (action == Detach) r->detach();
+            if (action == DetachSilently) r->detachSilent();
+        };
         CallbackObserver reactor;
         reactor.react = [&](DomEvent& event) {
-            if (event.type != Arbor::tok_BeforeSelectionChange) return;
-            if (test.reaction == Detach)
-                r->detach();
-            else if (test.reaction == Deselect)
-                r->deselect();
-            else
-                r->detachSilent();
+            if (event.type
+                == (test.outer == SetStart ? Arbor::tok_BeforeSelectionChange
+                                           : Arbor::tok_BeforeDeselect))
+                act(test.inner);
         };
         EventLog later;
         document().addObserver(&reactor);
         document().addObserver(&later);
-
-        r->setStart(p, 2);
+        act(test.outer);
         EXPECT_EQ(events.take(), test.heard);
         EXPECT_EQ(later.lines(), test.laterHears);
         EXPECT_EQ(r->isSelected(), test.selected);
-        EXPECT_EQ(r->isDetached(), test.reaction != Deselect);
-        EXPECT_TRUE(r->startContainer == p && r->startOffset == 2 && r->endContainer == p
-            && r->endOffset == 4)
-            << "the new points are stored either way";
-        EXPECT_EQ(r->refCount, test.refCount);
-
+        EXPECT_EQ(r->isDetached(), test.detached);
+        EXPECT_EQ(r->refCount, test.selected ? 3u : 2u); // the list's, the test's, the selection's
+        if (test.outer == SetStart) {
+            EXPECT_TRUE(r->startContainer == p && r->startOffset == 2 && r->endContainer == p
+                && r->endOffset == 4)
+                << "the new points are stored either way";
+        }
         document().removeObserver(&reactor);
         document().removeObserver(&later);
-    }
-}
-
-TEST_F(SelectionTest, DeselectFromInsideBeforeDeselectHappensOnce)
-{
-    enum Outer { Deselect, Detach, DeselectAll };
-    for (Outer outer : { Deselect, Detach, DeselectAll }) {
-        for (bool innerDetach : { false, true }) {
-            SCOPED_TRACE("outer " + std::to_string(outer)
-                + (innerDetach ? ", inner detach" : ", inner deselect"));
-            Ref<Range> r = selectedRange(p, 1, p, 4);
-            CallbackObserver reactor;
-            reactor.react = [&](DomEvent& event) {
-                if (event.type != Arbor::tok_BeforeDeselect) return;
-                if (innerDetach)
-                    r->detach();
-                else
-                    r->deselect();
-            };
-            document().addObserver(&reactor);
-            if (outer == Deselect)
-                r->deselect();
-            else if (outer == Detach)
-                r->detach();
-            else
-                document().deselectRanges();
-            EXPECT_EQ(events.take(), std::vector<std::string> { "BeforeDeselect" });
-            EXPECT_FALSE(r->isSelected());
-            EXPECT_EQ(r->isDetached(), innerDetach || outer == Detach);
-            EXPECT_EQ(r->refCount, 2u) << "the selection's reference is dropped exactly once";
-            document().removeObserver(&reactor);
-        }
     }
 }
 
