@@ -147,4 +147,48 @@ TEST_F(BatchTest, ThrowingFunctionIsDeletedAndTheRestStayQueued)
     EXPECT_EQ(PostedTask::live, 0);
 }
 
+TEST_F(BatchTest, TornDownDocumentStaysQuiet)
+{
+    document().newUndoTask();
+    t->appendData(u"d");
+    events.clear();
+    document().tearDown();
+    document().tearDown();
+    EXPECT_EQ(events.take(), (Lines { "beforeBatch", "unObserve(all)" }));
+    EXPECT_EQ(document().maxUndoTasks(), 0u);
+    EXPECT_FALSE(document().canUndo());
+
+    document().addObserver(&hooks);
+    t->appendData(u"e");
+    appendElement(root(), "q");
+    root()->setAttribute("k", Arbor::LongVariant(1));
+    EXPECT_TRUE(hooks.lines().empty());
+    EXPECT_EQ(xml(root()), "<root k=\"1\">abcde<q></q></root>");
+    EXPECT_FALSE(document().canUndo());
+
+    // Outside any operation (a torn-down document stays in its batch) a posted function runs at
+    // once and is deleted; null is ignored.
+    int runs = 0;
+    document().postFunction(new PostedTask([&] { ++runs; }));
+    EXPECT_EQ(runs, 1);
+    document().postFunction(nullptr);
+}
+
+// Torn down from an observer in the middle of a change: the functions queued so far are
+// deleted unrun, the change completes, and nothing is left over.
+TEST_F(BatchTest, TearDownDuringAChangeDropsQueuedFunctions)
+{
+    document().addObserver(&hooks, Arbor::tok_AfterReplaceChildren);
+    int runs = 0;
+    hooks.event = [&](Arbor::DomEvent&) {
+        document().postFunction(new PostedTask([&] { ++runs; }));
+        document().tearDown();
+    };
+    appendElement(root(), "p");
+    EXPECT_EQ(runs, 0);
+    EXPECT_EQ(document().operationDepth, 0u);
+    EXPECT_EQ(xml(root()), "<root>abc<p></p></root>");
+    EXPECT_FALSE(document().canUndo());
+}
+
 } // namespace

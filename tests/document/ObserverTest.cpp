@@ -23,8 +23,6 @@ public:
     {
         log.push_back(name + ":unObserve(" + (type.name ? type.name : "all") + ")");
     }
-    void beforeBatchChanges() override { log.push_back(name + ":beforeBatch"); }
-    void afterBatchChanges() override { log.push_back(name + ":afterBatch"); }
     void onEvent(Arbor::DomEvent& event) override
     {
         log.push_back(name + ":" + event.type.name);

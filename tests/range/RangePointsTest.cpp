@@ -6,15 +6,7 @@ using Plinth::Ref;
 
 namespace {
 
-class RangePointsTest : public RangeTest {
-protected:
-    void SetUp() override
-    {
-        RangeTest::SetUp();
-        makeChildren(6);
-        events.clear();
-    }
-};
+using RangePointsTest = RangeTest;
 
 // Where each setter puts the points is checked after every random step by the reliability
 // interpreter; here what it does not see: the first points, collapse, the common ancestor, the
@@ -47,10 +39,10 @@ TEST_F(RangePointsTest, NewRangeCollapseAndCommonAncestor)
     EXPECT_TRUE(r->collapsed());
 
     r->detach();
-    const std::function<void()> refused[] = { [&] { r->collapse(true); },
-        [&] { r->collapsed(); }, [&] { r->commonAncestorContainer(); },
-        [&] { r->selectNode(c[0]); }, [&] { r->selectNodeContents(nullptr); },
-        [&] { r->cloneRange(true); }, [&] { r->cloneNode(true); } };
+    const std::function<void()> refused[] = { [&] { r->collapse(true); }, [&] { r->collapsed(); },
+        [&] { r->commonAncestorContainer(); }, [&] { r->selectNode(c[0]); },
+        [&] { r->selectNodeContents(nullptr); }, [&] { r->cloneRange(true); },
+        [&] { r->cloneNode(true); } };
     for (const auto& call : refused)
         expectDomError(11, call);
 }
@@ -74,17 +66,12 @@ TEST_F(RangePointsTest, ChecksRunInOrderAndChangeNothing)
         { 4, [&] { r->setEnd(foreign.get(), 0); } },
         { 8, [&] { r->setStart(nullptr, 0); } },
         { 1, [&] { r->setStart(c[5], 1); } }, // index before order
-        { 1, [&] { r->setEnd(c[0], 1); } },
         { 1, [&] { r->setEnd(p, 7); } },
         { 1, [&] { r->setStart(orphan.get(), 2); } }, // index before common ancestor
         { 4, [&] { r->setStart(orphan.get(), 0); } }, // no common ancestor
         { 4, [&] { r->setEnd(orphan.get(), 0); } },
         { 101, [&] { r->setStart(p, 5); } },
-        { 101, [&] { r->setStart(c[4], 0); } },
         { 101, [&] { r->setEnd(p, 0); } },
-        { 101, [&] { r->setEnd(&document(), 0); } },
-        { 101, [&] { r->setStartAfter(c[4]); } },
-        { 101, [&] { r->setEndBefore(c[0]); } },
         { 4, [&] { r->selectNodeContents(foreign.get()); } },
         { 8, [&] { r->selectNodeContents(nullptr); } },
         { 11, [&] { dead->compareBoundaryPoints(0, r.get()); } },
@@ -126,40 +113,32 @@ TEST_F(RangePointsTest, ChecksRunInOrderAndChangeNothing)
     }
 }
 
+// A selected range announces a move before storing it and holds itself meanwhile; a call that
+// moves no point, and any call on an unselected range, announces nothing.
 TEST_F(RangePointsTest, SelectedRangeAnnouncesNewPointsBeforeStoringThem)
 {
     Ref<Range> r = selectedRange(p, 1, p, 4);
+    Ref<Range> plain = range(p, 1, p, 4);
     std::vector<std::string> seen;
     CallbackObserver watcher;
-    watcher.react = [&](Arbor::DomEvent& event) {
-        seen.push_back(std::string(event.type.name) + " sees " + points(r.get()) + " count "
-            + std::to_string(r->refCount));
+    watcher.react = [&](Arbor::DomEvent&) {
+        seen.push_back(points(r.get()) + " " + std::to_string(r->refCount));
     };
     document().addObserver(&watcher);
-
     r->change(r->startContainer, r->startOffset, r->endContainer, r->endOffset);
     r->setStart(p, 1);
-    r->collapse(true);
-    r->collapse(true);
-    const std::vector<std::string> collapsed
-        = { "BeforeSelectionChange((p,1)-(p,1))", "AfterSelectionChange" };
-    EXPECT_EQ(events.take(), collapsed) << "only the collapse moved a point";
-
-    seen.clear();
-    r->setEnd(c[2], 0);
-    const std::vector<std::string> moved
-        = { "BeforeSelectionChange((p,1)-(c2,0))", "AfterSelectionChange" };
-    EXPECT_EQ(events.take(), moved);
-    // Inside its events the range is held once more (list + selection + test + change).
-    const std::vector<std::string> watched = { "BeforeSelectionChange sees (p,1)-(p,1) count 4",
-        "AfterSelectionChange sees (p,1)-(c2,0) count 4" };
-    EXPECT_EQ(seen, watched);
-
-    Ref<Range> plain = range(p, 1, p, 4);
-    events.clear();
     plain->setEnd(p, 5);
     plain->collapse(false);
-    EXPECT_TRUE(events.lines().empty()) << "an unselected range announces nothing";
+    r->collapse(true);
+    r->collapse(true);
+    r->setEnd(c[2], 0);
+    const std::vector<std::string> announced = { "BeforeSelectionChange((p,1)-(p,1))",
+        "AfterSelectionChange", "BeforeSelectionChange((p,1)-(c2,0))", "AfterSelectionChange" };
+    EXPECT_EQ(events.take(), announced);
+    // Inside its events the range is held once more (list, selection, test and change).
+    const std::vector<std::string> held
+        = { "(p,1)-(p,4) 4", "(p,1)-(p,1) 4", "(p,1)-(p,1) 4", "(p,1)-(c2,0) 4" };
+    EXPECT_EQ(seen, held);
     document().removeObserver(&watcher);
 }
 
