@@ -44,8 +44,6 @@ protected:
         document().removeObserver(&hooks);
         HostTest::TearDown();
     }
-    /// The number of ranges the document's range list holds.
-    unsigned long rangeCount() { return static_cast<Arbor::Node*>(document().rangeList)->items(); }
 };
 
 // Nested batches are one batch and an unmatched end is ignored; every registration hears its
@@ -108,7 +106,8 @@ TEST_F(BatchTest, PostedFunctionRunsAfterTheOperation)
             EXPECT_EQ(document().operationDepth, 0u);
             EXPECT_TRUE(document().canUndo()) << "the operation is recorded";
             EXPECT_EQ(xml(root()), "<root>abc<p></p></root>");
-            EXPECT_EQ(rangeCount(), 0u) << "unheld ranges are let go";
+            EXPECT_EQ(static_cast<Arbor::Node*>(document().rangeList)->items(), 0u)
+                << "unheld ranges are let go";
             root()->setAttribute("k", Arbor::LongVariant(1));
         }));
         document().executePostedFunctions(); // an operation runs: does nothing

@@ -3,6 +3,7 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -109,34 +110,29 @@ TEST_F(ObserverTest, RegistrationChangesDuringDeliveryTakeEffectAtOnce)
         document().addObserver(&b, text);
         if (hole) document().removeObserver(&d);
     };
-    struct Case {
-        const char* name;
-        std::function<void()> setUp;
-        std::function<void()> react; // A's reaction to its first event
-        Lines expected;
-    };
-    const Case cases[] = {
-        { "A removes itself", both, [&] { document().removeObserver(&a); },
+    // The registrations, A's reaction to its first event, and what is heard.
+    const std::tuple<std::function<void()>, std::function<void()>, Lines> cases[] = {
+        { both, [&] { document().removeObserver(&a); }, // A removes itself
             { "A:BeforeReplaceText", "A:unObserve(all)", "B:BeforeReplaceText",
                 "B:AfterReplaceText" } },
-        { "A removes B further on", both, [&] { document().removeObserver(&b); },
+        { both, [&] { document().removeObserver(&b); }, // A removes B further on
             { "A:BeforeReplaceText", "B:unObserve(all)", "A:AfterReplaceText" } },
-        { "A appends C", [&] { typed(false); }, [&] { document().addObserver(&c, text); },
+        { [&] { typed(false); }, [&] { document().addObserver(&c, text); }, // A appends C
             { "A:BeforeReplaceText", "B:BeforeReplaceText", "C:BeforeReplaceText" } },
-        { "A puts C into a hole ahead of B", [&] { typed(true); },
-            [&] { document().addObserver(&c, text); },
+        { [&] { typed(true); }, [&] { document().addObserver(&c, text); }, // into a hole
             { "A:BeforeReplaceText", "C:BeforeReplaceText", "B:BeforeReplaceText" } },
     };
-    for (const Case& test : cases) {
-        SCOPED_TRACE(test.name);
-        test.setUp();
+    for (const auto& test : cases) {
+        const auto& [setUp, react, expected] = test;
+        SCOPED_TRACE(expected.back());
+        setUp();
         a.action = [&](Arbor::DomEvent&) {
             a.action = nullptr;
-            test.react();
+            std::get<1>(test)();
         };
         log.clear();
         edit();
-        EXPECT_EQ(log, test.expected);
+        EXPECT_EQ(log, expected);
         for (Probe* probe : { &a, &b, &c, &d })
             document().removeObserver(probe);
         log.clear();
@@ -170,32 +166,27 @@ TEST_F(ObserverTest, ChangeFromAnObserverNestsItsDelivery)
 // on working and holds nothing of the failed change.
 TEST_F(ObserverTest, ThrowingObserverLeavesTheTreeUnchanged)
 {
-    struct Case {
-        const char* name;
-        Arbor::Token refused;
-        std::function<void()> change;
-    };
-    const Case cases[] = {
-        { "child insertion", Arbor::tok_BeforeReplaceChildren,
+    const std::pair<Arbor::Token, std::function<void()>> cases[] = {
+        { Arbor::tok_BeforeReplaceChildren,
             [this] { root()->appendChild(document().makeElement("p")); } },
-        { "text edit", Arbor::tok_BeforeReplaceText, [this] { edit(); } },
-        { "attribute", Arbor::tok_BeforeSetAttribute,
+        { Arbor::tok_BeforeReplaceText, [this] { edit(); } },
+        { Arbor::tok_BeforeSetAttribute,
             [this] { root()->setAttribute("k", Arbor::LongVariant(1)); } },
     };
-    for (const Case& test : cases) {
-        SCOPED_TRACE(test.name);
-        document().addObserver(&a, test.refused);
+    for (const auto& [refused, change] : cases) {
+        SCOPED_TRACE(refused.name);
+        document().addObserver(&a, refused);
         a.action = [](Arbor::DomEvent&) { throw std::runtime_error("refused"); };
         document().newUndoTask();
         const std::string before = xml(&document());
         const auto recorded = document().undoStack.operations.size();
-        EXPECT_THROW(test.change(), std::runtime_error);
+        EXPECT_THROW(change(), std::runtime_error);
         EXPECT_EQ(xml(&document()), before);
         EXPECT_EQ(document().undoStack.operations.size(), recorded) << "the failed change is kept";
         EXPECT_EQ(document().operationDepth, 0u);
 
         a.action = nullptr;
-        expectUndoRedoRestores(test.change);
+        expectUndoRedoRestores(change);
         document().removeObserver(&a);
         document().clearUndoStack();
     }
