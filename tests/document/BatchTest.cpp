@@ -39,11 +39,6 @@ protected:
         t = appendText(root(), u"abc");
         events.clear();
     }
-    void TearDown() override
-    {
-        document().removeObserver(&hooks);
-        HostTest::TearDown();
-    }
 };
 
 // Nested batches are one batch and an unmatched end is ignored; every registration hears its

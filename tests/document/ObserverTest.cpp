@@ -47,12 +47,6 @@ protected:
         t = appendText(root(), u"abc");
         events.clear();
     }
-    void TearDown() override
-    {
-        for (Probe* probe : { &a, &b, &c, &d })
-            document().removeObserver(probe);
-        HostTest::TearDown();
-    }
     /// One text edit: a before- and an after-event.
     void edit() { t->appendData(u"x"); }
 };

@@ -57,7 +57,7 @@ TEST_F(RangeUpkeepTest, ChildReplacementMovesPointsInTheParent)
 }
 
 // Points inside a removed subtree move to where it was; points in other subtrees or in a text that
-// is not edited stay.
+// is not edited stay, and of a range with one point in an edited text only that point moves.
 TEST_F(RangeUpkeepTest, RemovalMovesOnlyThePointsInsideTheRun)
 {
     TestElement* g2 = appendElement(c[2], "g2");
@@ -72,6 +72,7 @@ TEST_F(RangeUpkeepTest, RemovalMovesOnlyThePointsInsideTheRun)
     Ref<Range> bothDeep = range(deep, 0, deep, 0);
     Ref<Range> behind = selectedRange(g4, 0, g4, 1);
     Ref<Range> ahead = selectedRange(g0, 0, c[0], 1);
+    Ref<Range> halfText = range(t, 3, root(), 2); // only the start follows the text
     events.clear();
 
     p->replaceChildren(c[1], 3, nullptr); // c1, c2, c3
@@ -82,6 +83,7 @@ TEST_F(RangeUpkeepTest, RemovalMovesOnlyThePointsInsideTheRun)
     EXPECT_EQ(points(bothDeep.get()), "(p,1)-(p,1)");
     EXPECT_EQ(points(behind.get()), "(g4,0)-(g4,1)");
     EXPECT_EQ(points(ahead.get()), "(g0,0)-(c0,1)");
+    EXPECT_EQ(points(halfText.get()), "(t,1)-(root,2)");
     for (const std::string& line : events.lines())
         EXPECT_EQ(line.find("Selection"), std::string::npos) << line;
 }

@@ -116,12 +116,12 @@ TEST_F(SelectionTest, DeselectRangesAnnouncesEachSelectedRangeOnce)
 TEST_F(SelectionTest, ObserverThatDeselectsOrDetachesFromInside)
 {
     enum Action { SetStart, Deselect, DeselectAll, Detach, DetachSilently };
-    using Lines = std::vector<std::string>;
     const std::string change = "BeforeSelectionChange((p,2)-(p,4))";
     const std::string gone = "BeforeDeselect";
     struct Case {
         Action outer, inner;
-        Lines heard, laterHears; // by the observers registered before and after the reacting one
+        std::vector<std::string> heard,
+            laterHears; // by the observers registered before and after the reacting one
         bool selected, detached;
     };
     const Case cases[] = {
