@@ -10,22 +10,20 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-// Runs the callbacks it is given.
-class Hooks final : public Arbor::IDocObserver {
+// An event log that runs the callbacks it is given.
+class Hooks final : public EventLog {
 public:
     std::function<void(Arbor::DomEvent&)> event;
     std::function<void()> afterBatch;
-    int beforeBatches = 0;
-    int afterBatches = 0;
 
-    void beforeBatchChanges() override { ++beforeBatches; }
     void afterBatchChanges() override
     {
-        ++afterBatches;
+        EventLog::afterBatchChanges();
         if (afterBatch) afterBatch();
     }
     void onEvent(Arbor::DomEvent& e) override
     {
+        EventLog::onEvent(e);
         if (event) event(e);
     }
 };
@@ -41,37 +39,22 @@ protected:
         t = appendText(root(), u"abc");
         events.clear();
     }
-    void TearDown() override
-    {
-        document().removeObserver(&hooks);
-        HostTest::TearDown();
-    }
-    /// The number of ranges the document's range list holds.
-    unsigned long rangeCount() { return static_cast<Arbor::Node*>(document().rangeList)->items(); }
 };
 
-TEST_F(BatchTest, NestedBatchesNotifyOnce)
-{
-    document().addObserver(&hooks, Arbor::tok_AfterReplaceText);
-    document().beginBatchChanges();
-    document().beginBatchChanges();
-    document().endBatchChanges();
-    EXPECT_EQ(hooks.afterBatches, 0);
-    document().endBatchChanges();
-    document().endBatchChanges(); // unmatched: ignored
-    EXPECT_EQ(document().batchDepth, 0u);
-    EXPECT_EQ(hooks.beforeBatches, 1) << "whatever the registration's token";
-    EXPECT_EQ(hooks.afterBatches, 1);
-    EXPECT_EQ(events.lines(), (Lines { "beforeBatch", "afterBatch" }));
-}
-
+// Nested batches are one batch and an unmatched end is ignored; every registration hears its
+// bounds, whatever its type. Inside, the tree changes in full, hooks included, but nothing is
+// announced or recorded, and the history from before is gone. A change made when the batch
+// ends is announced and recorded.
 TEST_F(BatchTest, BatchSuspendsEventsAndHistory)
 {
+    document().addObserver(&hooks, Arbor::tok_AfterReplaceText);
     document().maxUndoTasks(7);
     t->appendData(u"d");
     ASSERT_TRUE(document().canUndo());
     events.clear();
+    hooks.clear();
 
+    document().beginBatchChanges();
     document().beginBatchChanges();
     EXPECT_EQ(document().maxUndoTasks(), 0u);
     EXPECT_FALSE(document().canUndo());
@@ -80,6 +63,7 @@ TEST_F(BatchTest, BatchSuspendsEventsAndHistory)
     TestElement* q = appendElement(p, "q");
     p->setAttribute("k", Arbor::LongVariant(1));
     t->appendData(u"e");
+    document().endBatchChanges();
     EXPECT_EQ(p->parentChanges, 1) << "the tree still changes in full";
     EXPECT_EQ(q->parentChanges, 1);
     EXPECT_EQ(hookLog(),
@@ -87,23 +71,20 @@ TEST_F(BatchTest, BatchSuspendsEventsAndHistory)
             "afterSetAttribute(p,p,k)", "afterSetAttribute(q,p,k)" }));
     EXPECT_EQ(xml(root()), "<root>abcde<p k=\"1\"><q></q></p></root>");
     EXPECT_EQ(events.lines(), (Lines { "beforeBatch" })) << "no event inside a batch";
-    document().endBatchChanges();
 
-    EXPECT_EQ(document().maxUndoTasks(), 7u);
-    EXPECT_FALSE(document().canUndo());
-    EXPECT_FALSE(document().canRedo());
-}
-
-TEST_F(BatchTest, ChangeFromAfterBatchIsDeliveredAndRecorded)
-{
-    document().addObserver(&hooks);
     hooks.afterBatch = [this] { t->appendData(u"!"); };
-    document().beginBatchChanges();
     document().endBatchChanges();
+    document().endBatchChanges(); // unmatched: ignored
+    EXPECT_EQ(document().batchDepth, 0u);
+    EXPECT_EQ(hooks.take(), (Lines { "beforeBatch", "afterBatch", "AfterReplaceText(t)" }))
+        << "whatever the registration's type";
     EXPECT_EQ(events.lines(),
-        (Lines { "beforeBatch", "afterBatch", "BeforeReplaceText(t,3,0,\"!\")",
+        (Lines { "beforeBatch", "afterBatch", "BeforeReplaceText(t,5,0,\"!\")",
             "AfterReplaceText(t)" }));
-    EXPECT_TRUE(document().canUndo());
+    EXPECT_EQ(document().maxUndoTasks(), 7u);
+    document().undo();
+    EXPECT_EQ(xml(t), "abcde");
+    EXPECT_FALSE(document().canUndo());
 }
 
 // A function posted during a change waits until the change has been recorded and the unheld
@@ -120,7 +101,8 @@ TEST_F(BatchTest, PostedFunctionRunsAfterTheOperation)
             EXPECT_EQ(document().operationDepth, 0u);
             EXPECT_TRUE(document().canUndo()) << "the operation is recorded";
             EXPECT_EQ(xml(root()), "<root>abc<p></p></root>");
-            EXPECT_EQ(rangeCount(), 0u) << "unheld ranges are let go";
+            EXPECT_EQ(static_cast<Arbor::Node*>(document().rangeList)->items(), 0u)
+                << "unheld ranges are let go";
             root()->setAttribute("k", Arbor::LongVariant(1));
         }));
         document().executePostedFunctions(); // an operation runs: does nothing
@@ -157,6 +139,50 @@ TEST_F(BatchTest, ThrowingFunctionIsDeletedAndTheRestStayQueued)
     document().executePostedFunctions();
     EXPECT_EQ(ran, (Lines { "first", "second" }));
     EXPECT_EQ(PostedTask::live, 0);
+}
+
+TEST_F(BatchTest, TornDownDocumentStaysQuiet)
+{
+    document().newUndoTask();
+    t->appendData(u"d");
+    events.clear();
+    document().tearDown();
+    document().tearDown();
+    EXPECT_EQ(events.take(), (Lines { "beforeBatch", "unObserve(all)" }));
+    EXPECT_EQ(document().maxUndoTasks(), 0u);
+    EXPECT_FALSE(document().canUndo());
+
+    document().addObserver(&hooks);
+    t->appendData(u"e");
+    appendElement(root(), "q");
+    root()->setAttribute("k", Arbor::LongVariant(1));
+    EXPECT_TRUE(hooks.lines().empty());
+    EXPECT_EQ(xml(root()), "<root k=\"1\">abcde<q></q></root>");
+    EXPECT_FALSE(document().canUndo());
+
+    // Outside any operation (a torn-down document stays in its batch) a posted function runs at
+    // once and is deleted; null is ignored.
+    int runs = 0;
+    document().postFunction(new PostedTask([&] { ++runs; }));
+    EXPECT_EQ(runs, 1);
+    document().postFunction(nullptr);
+}
+
+// Torn down from an observer in the middle of a change: the functions queued so far are
+// deleted unrun, the change completes, and nothing is left over.
+TEST_F(BatchTest, TearDownDuringAChangeDropsQueuedFunctions)
+{
+    document().addObserver(&hooks, Arbor::tok_AfterReplaceChildren);
+    int runs = 0;
+    hooks.event = [&](Arbor::DomEvent&) {
+        document().postFunction(new PostedTask([&] { ++runs; }));
+        document().tearDown();
+    };
+    appendElement(root(), "p");
+    EXPECT_EQ(runs, 0);
+    EXPECT_EQ(document().operationDepth, 0u);
+    EXPECT_EQ(xml(root()), "<root>abc<p></p></root>");
+    EXPECT_FALSE(document().canUndo());
 }
 
 } // namespace

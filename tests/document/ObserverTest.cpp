@@ -3,6 +3,7 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -23,8 +24,6 @@ public:
     {
         log.push_back(name + ":unObserve(" + (type.name ? type.name : "all") + ")");
     }
-    void beforeBatchChanges() override { log.push_back(name + ":beforeBatch"); }
-    void afterBatchChanges() override { log.push_back(name + ":afterBatch"); }
     void onEvent(Arbor::DomEvent& event) override
     {
         log.push_back(name + ":" + event.type.name);
@@ -48,80 +47,46 @@ protected:
         t = appendText(root(), u"abc");
         events.clear();
     }
-    void TearDown() override
-    {
-        for (Probe* probe : { &a, &b, &c, &d })
-            document().removeObserver(probe);
-        HostTest::TearDown();
-    }
     /// One text edit: a before- and an after-event.
     void edit() { t->appendData(u"x"); }
 };
 
-TEST_F(ObserverTest, RegistrationFillsTheEarliestHole)
-{
-    for (Probe* probe : { &a, &b, &c })
-        document().addObserver(probe);
-    const auto entries = document().observers.size();
-    document().removeObserver(&b);
-    document().addObserver(&d);
-    EXPECT_EQ(document().observers.size(), entries);
-    log.clear();
-    edit();
-    EXPECT_EQ(log,
-        (Lines { "A:BeforeReplaceText", "D:BeforeReplaceText", "C:BeforeReplaceText",
-            "A:AfterReplaceText", "D:AfterReplaceText", "C:AfterReplaceText" }));
-}
-
-TEST_F(ObserverTest, TypedAndAllEventsRegistrations)
-{
-    document().addObserver(&a, Arbor::tok_BeforeReplaceText);
-    document().addObserver(&b);
-    edit();
-    appendElement(root(), "p");
-    Plinth::Ref<Arbor::Range> selected(document().createRange(true));
-    selected->setEnd(t, 1);
-    EXPECT_EQ(log,
-        (Lines { "A:BeforeReplaceText", "B:BeforeReplaceText", "B:AfterReplaceText",
-            "B:BeforeReplaceChildren", "B:AfterReplaceChildren", "B:BeforeSelectionChange",
-            "B:AfterSelectionChange" }));
-}
-
-TEST_F(ObserverTest, RemovalEndsExactlyTheNamedRegistration)
+// A typed registration hears its type only, one without a type every event; each registration
+// is a delivery of its own. A removal ends the registration it names (without a type: all of the
+// observer's), each with its unObserve call.
+TEST_F(ObserverTest, RegistrationsAndRemovals)
 {
     document().addObserver(&a, Arbor::tok_BeforeReplaceText);
     document().addObserver(&a, Arbor::tok_AfterReplaceText);
+    document().addObserver(&b);
+    document().addObserver(&b);
     document().removeObserver(&a, Arbor::tok_BeforeReplaceChildren);
     document().removeObserver(&a, Arbor::Token());
-    document().removeObserver(&b);
+    document().removeObserver(&c);
     document().removeObserver(nullptr);
     EXPECT_TRUE(log.empty()) << "no registration matched";
+    appendElement(root(), "p");
+    Plinth::Ref<Arbor::Range> selected(document().createRange(true));
+    selected->setEnd(t, 1);
+    edit();
+    EXPECT_EQ(log,
+        (Lines { "B:BeforeReplaceChildren", "B:BeforeReplaceChildren", "B:AfterReplaceChildren",
+            "B:AfterReplaceChildren", "B:BeforeSelectionChange", "B:BeforeSelectionChange",
+            "B:AfterSelectionChange", "B:AfterSelectionChange", "A:BeforeReplaceText",
+            "B:BeforeReplaceText", "B:BeforeReplaceText", "A:AfterReplaceText",
+            "B:AfterReplaceText", "B:AfterReplaceText" }));
 
+    log.clear();
     document().removeObserver(&a, Arbor::tok_BeforeReplaceText);
+    document().removeObserver(&b, Arbor::Token());
     edit();
     document().removeObserver(&a);
+    document().removeObserver(&b);
     edit();
     EXPECT_EQ(log,
-        (Lines { "A:unObserve(BeforeReplaceText)", "A:AfterReplaceText",
-            "A:unObserve(AfterReplaceText)" }));
-}
-
-TEST_F(ObserverTest, TwoRegistrationsMeanTwoDeliveriesAndTwoRemovals)
-{
-    document().addObserver(&a);
-    document().addObserver(&a);
-    edit();
-    EXPECT_EQ(log,
-        (Lines { "A:BeforeReplaceText", "A:BeforeReplaceText", "A:AfterReplaceText",
-            "A:AfterReplaceText" }));
-    log.clear();
-    document().removeObserver(&a, Arbor::Token());
-    edit();
-    document().removeObserver(&a, Arbor::Token());
-    edit();
-    EXPECT_EQ(log,
-        (Lines {
-            "A:unObserve(all)", "A:BeforeReplaceText", "A:AfterReplaceText", "A:unObserve(all)" }));
+        (Lines { "A:unObserve(BeforeReplaceText)", "B:unObserve(all)", "B:BeforeReplaceText",
+            "A:AfterReplaceText", "B:AfterReplaceText", "A:unObserve(AfterReplaceText)",
+            "B:unObserve(all)" }));
 }
 
 // Removals and registrations made from inside a delivery take effect at once: a removed observer
@@ -139,34 +104,29 @@ TEST_F(ObserverTest, RegistrationChangesDuringDeliveryTakeEffectAtOnce)
         document().addObserver(&b, text);
         if (hole) document().removeObserver(&d);
     };
-    struct Case {
-        const char* name;
-        std::function<void()> setUp;
-        std::function<void()> react; // A's reaction to its first event
-        Lines expected;
-    };
-    const Case cases[] = {
-        { "A removes itself", both, [&] { document().removeObserver(&a); },
+    // The registrations, A's reaction to its first event, and what is heard.
+    const std::tuple<std::function<void()>, std::function<void()>, Lines> cases[] = {
+        { both, [&] { document().removeObserver(&a); }, // A removes itself
             { "A:BeforeReplaceText", "A:unObserve(all)", "B:BeforeReplaceText",
                 "B:AfterReplaceText" } },
-        { "A removes B further on", both, [&] { document().removeObserver(&b); },
+        { both, [&] { document().removeObserver(&b); }, // A removes B further on
             { "A:BeforeReplaceText", "B:unObserve(all)", "A:AfterReplaceText" } },
-        { "A appends C", [&] { typed(false); }, [&] { document().addObserver(&c, text); },
+        { [&] { typed(false); }, [&] { document().addObserver(&c, text); }, // A appends C
             { "A:BeforeReplaceText", "B:BeforeReplaceText", "C:BeforeReplaceText" } },
-        { "A puts C into a hole ahead of B", [&] { typed(true); },
-            [&] { document().addObserver(&c, text); },
+        { [&] { typed(true); }, [&] { document().addObserver(&c, text); }, // into a hole
             { "A:BeforeReplaceText", "C:BeforeReplaceText", "B:BeforeReplaceText" } },
     };
-    for (const Case& test : cases) {
-        SCOPED_TRACE(test.name);
-        test.setUp();
+    for (const auto& test : cases) {
+        const auto& [setUp, react, expected] = test;
+        SCOPED_TRACE(expected.back());
+        setUp();
         a.action = [&](Arbor::DomEvent&) {
             a.action = nullptr;
-            test.react();
+            std::get<1>(test)();
         };
         log.clear();
         edit();
-        EXPECT_EQ(log, test.expected);
+        EXPECT_EQ(log, expected);
         for (Probe* probe : { &a, &b, &c, &d })
             document().removeObserver(probe);
         log.clear();
@@ -200,32 +160,27 @@ TEST_F(ObserverTest, ChangeFromAnObserverNestsItsDelivery)
 // on working and holds nothing of the failed change.
 TEST_F(ObserverTest, ThrowingObserverLeavesTheTreeUnchanged)
 {
-    struct Case {
-        const char* name;
-        Arbor::Token refused;
-        std::function<void()> change;
-    };
-    const Case cases[] = {
-        { "child insertion", Arbor::tok_BeforeReplaceChildren,
+    const std::pair<Arbor::Token, std::function<void()>> cases[] = {
+        { Arbor::tok_BeforeReplaceChildren,
             [this] { root()->appendChild(document().makeElement("p")); } },
-        { "text edit", Arbor::tok_BeforeReplaceText, [this] { edit(); } },
-        { "attribute", Arbor::tok_BeforeSetAttribute,
+        { Arbor::tok_BeforeReplaceText, [this] { edit(); } },
+        { Arbor::tok_BeforeSetAttribute,
             [this] { root()->setAttribute("k", Arbor::LongVariant(1)); } },
     };
-    for (const Case& test : cases) {
-        SCOPED_TRACE(test.name);
-        document().addObserver(&a, test.refused);
+    for (const auto& [refused, change] : cases) {
+        SCOPED_TRACE(refused.name);
+        document().addObserver(&a, refused);
         a.action = [](Arbor::DomEvent&) { throw std::runtime_error("refused"); };
         document().newUndoTask();
         const std::string before = xml(&document());
         const auto recorded = document().undoStack.operations.size();
-        EXPECT_THROW(test.change(), std::runtime_error);
+        EXPECT_THROW(change(), std::runtime_error);
         EXPECT_EQ(xml(&document()), before);
         EXPECT_EQ(document().undoStack.operations.size(), recorded) << "the failed change is kept";
         EXPECT_EQ(document().operationDepth, 0u);
 
         a.action = nullptr;
-        expectUndoRedoRestores(test.change);
+        expectUndoRedoRestores(change);
         document().removeObserver(&a);
         document().clearUndoStack();
     }

@@ -2,7 +2,7 @@
 #define ARBOR_TESTS_RANGE_RANGE_FIXTURE_H
 
 // What the range suites share on top of the host: a parent "p" under the document element with
-// children "c0".."cN".
+// children "c0".."c5" (`makeChildren` adds another such parent).
 
 #include "tests/support/Host.h"
 
@@ -13,6 +13,13 @@ class RangeTest : public HostTest {
 protected:
     TestElement* p = nullptr;
     std::vector<TestElement*> c;
+
+    void SetUp() override
+    {
+        HostTest::SetUp();
+        makeChildren(6);
+        events.clear();
+    }
 
     /// Appends "p" to the document element and gives it `count` element children c0, c1, ...
     void makeChildren(int count)
