@@ -47,6 +47,8 @@ TEST_F(RefusedMoveTest, RefusedMovesChangeNothing)
         { "detached root into its grandchild", [&] { y->appendChild(d.get()); }, 3 },
         { "fragment into its grandchild", [&] { h->appendChild(f.get()); }, 3 },
         { "fragment child into itself", [&] { g->appendChild(g); }, 3 },
+        { "detached root in place of nothing in itself",
+            [&] { d->replaceChildren(nullptr, 0, d.get()); }, 3 },
         { "reference node not a child", [&] { d->insertBefore(a, e); }, 8 },
         { "fragment before a node that is no child", [&] { d->insertBefore(f.get(), c); }, 8 },
         { "node of another document", [&] { d->appendChild(p); }, 4 },

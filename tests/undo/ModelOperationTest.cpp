@@ -1,13 +1,9 @@
 #include "tests/support/Host.h"
 
-#include <climits>
 #include <initializer_list>
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-// What the operations do on their own, outside the document's history; the document's undo and
-// redo of every change, with their events, are in DocumentUndoTest.
 
 namespace {
 
@@ -53,24 +49,6 @@ TEST_F(ModelOperationTest, AppendedChainAndItsInverse)
     before.execute();
     EXPECT_EQ(xml(p), "<p><w></w><x></x><y></y><z></z></p>");
     EXPECT_EQ(x->parentChanges, 2);
-}
-
-TEST_F(ModelOperationTest, RunIsClampedAtConstruction)
-{
-    TestElement* a = appendElement(root(), "a");
-    TestElement* b = appendElement(root(), "b");
-    appendElement(root(), "c");
-    struct Case {
-        Arbor::Node* first;
-        unsigned long count;
-        unsigned long clamped;
-    };
-    const Case cases[]
-        = { { b, 5, 2 }, { a, ULONG_MAX, 3 }, { a, 2, 2 }, { a, 0, 0 }, { nullptr, 3, 0 } };
-    for (const Case& c : cases) {
-        Arbor::ReplaceChildrenOperation op(&document(), root(), c.first, c.count, nullptr);
-        EXPECT_EQ(op.count, c.clamped) << label(c.first) << " " << c.count;
-    }
 }
 
 // Redoing a clamped deletion deletes the units that were really there.
