@@ -5,37 +5,11 @@
 
 namespace {
 
-// Writes the attribute events into the hook log, so hooks and events show in one order, with
-// whether the element holds the attribute when the observer hears of it.
-class OrderLog : public Arbor::IDocObserver {
-public:
-    void onEvent(Arbor::DomEvent& event) override
-    {
-        using namespace Arbor;
-        if (event.type != tok_BeforeSetAttribute && event.type != tok_AfterSetAttribute
-            && event.type != tok_BeforeRemoveAttribute && event.type != tok_AfterRemoveAttribute)
-            return;
-        auto& e = static_cast<DomAttributeEvent&>(event);
-        const bool has = e.target->asElement()->hasAttribute(e.name);
-        hookLog().push_back(
-            std::string("event ") + e.type.name + (has ? " (present)" : " (absent)"));
-    }
-};
-
 const Arbor::Token n("n");
 
 } // namespace
 
-class ElementAttributeTest : public HostTest {
-protected:
-    OrderLog order;
-
-    void TearDown() override
-    {
-        document().removeObserver(&order);
-        HostTest::TearDown();
-    }
-};
+using ElementAttributeTest = HostTest;
 
 // Sets and removals on an element of the document and on a detached one: the checks in order,
 // and a detached element is written at once with no hook, even one that passes notices on.
@@ -87,23 +61,26 @@ TEST_F(ElementAttributeTest, ChecksInOrder)
 
 TEST_F(ElementAttributeTest, HooksAndEventsInOrder)
 {
-    document().addObserver(&order);
     TestElement* e = appendElement(root(), "e");
     appendElement(e, "child")->passNotices = true; // not reached: e does not pass notices on
-
+    // The attribute events join the hook log, with whether the element holds the attribute then.
+    CallbackObserver order;
+    order.react = [](Arbor::DomEvent& event) {
+        auto& a = static_cast<Arbor::DomAttributeEvent&>(event);
+        const bool has = a.target->asElement()->hasAttribute(a.name);
+        hookLog().push_back(
+            std::string("event ") + a.type.name + (has ? " (present)" : " (absent)"));
+    };
+    document().addObserver(&order);
     e->setAttribute(n, Arbor::LongVariant(1));
     e->removeAttribute(n);
+    document().removeObserver(&order);
     EXPECT_EQ(hookLog(),
-        (std::vector<std::string> {
-            "beforeSetAttribute(e,e,n)",
-            "event BeforeSetAttribute (absent)",
-            "afterSetAttribute(e,e,n)",
-            "event AfterSetAttribute (present)",
-            "beforeRemoveAttribute(e,e,n)",
-            "event BeforeRemoveAttribute (present)",
-            "afterRemoveAttribute(e,e,n)",
-            "event AfterRemoveAttribute (absent)",
-        }));
+        (std::vector<std::string> { "beforeSetAttribute(e,e,n)",
+            "event BeforeSetAttribute (absent)", "afterSetAttribute(e,e,n)",
+            "event AfterSetAttribute (present)", "beforeRemoveAttribute(e,e,n)",
+            "event BeforeRemoveAttribute (present)", "afterRemoveAttribute(e,e,n)",
+            "event AfterRemoveAttribute (absent)" }));
 }
 
 // Notices travel down the element tree as far as the hooks pass them, and never into what is not

@@ -25,25 +25,15 @@ TEST_F(ModelOperationTest, AppendedChainAndItsInverse)
     z->previous = y;
     Arbor::ReplaceChildrenOperation op(&document(), p, nullptr, 5, x);
     EXPECT_EQ(op.count, 0u) << "no run without a first child";
-    const Lines appended { "BeforeReplaceChildren(p,child=null,new=x,count=0)",
-        "AfterReplaceChildren(p)" };
-    events.clear();
-
-    for (int told = 1; told <= 2; ++told) {
-        told == 1 ? op.execute() : op.redo();
-        EXPECT_EQ(xml(p), "<p><x></x><y></y><z></z></p>");
-        EXPECT_EQ(events.take(), appended);
-        for (TestElement* node : { x, y, z })
-            EXPECT_EQ(node->parentChanges, told);
-        if (told == 2) break;
-        op.undo();
-        EXPECT_EQ(xml(p), "<p></p>");
-        EXPECT_EQ(events.take(),
-            (Lines {
-                "BeforeReplaceChildren(p,child=x,new=null,count=3)", "AfterReplaceChildren(p)" }));
-        EXPECT_EQ(siblings(x), "x y z") << "the removed run stays linked";
-        EXPECT_EQ(x->parentChanges, 1) << "not told when removed";
-    }
+    op.execute();
+    op.undo();
+    EXPECT_EQ(xml(p), "<p></p>");
+    EXPECT_EQ(siblings(x), "x y z") << "the removed run stays linked";
+    EXPECT_EQ(x->parentChanges, 1) << "not told when removed";
+    op.redo();
+    EXPECT_EQ(xml(p), "<p><x></x><y></y><z></z></p>");
+    for (TestElement* node : { x, y, z })
+        EXPECT_EQ(node->parentChanges, 2);
     // Only the inserted nodes are told, not the child they are put before.
     Arbor::ReplaceChildrenOperation before(&document(), p, x, 0, document().makeElement("w"));
     before.execute();
@@ -58,8 +48,6 @@ TEST_F(ModelOperationTest, DeletionPastTheEndRedoesWhatWasThere)
     Arbor::ReplaceTextOperation op(&document(), t, 1, 5, nullptr);
     events.clear();
     op.execute();
-    EXPECT_EQ(op.count, 0u);
-    EXPECT_EQ(ascii(op.data), "bcde");
     op.undo();
     EXPECT_EQ(xml(t), "abcde");
     op.redo();
@@ -106,11 +94,7 @@ public:
     Lines* log = nullptr;
     bool throwOnHas = false;
 
-    StoreLogElement(Arbor::Document* document, Arbor::Token tag)
-        : BasicElement(document, tag)
-    {
-    }
-
+    using BasicElement::BasicElement;
     void ref() const override
     {
         if (log) log->push_back("ref");

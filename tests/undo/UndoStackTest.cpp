@@ -12,39 +12,40 @@
 
 namespace {
 
-// An operation that writes what happens to it ("undo B", "redo B", "~B") into a shared log and
-// can run extra work from inside its undo() or redo().
+// An operation that writes what happens to it ("undo B", "redo B", "~B") into a shared log, the
+// entries separated by commas, and can run extra work from inside its undo() or redo().
 class FakeOp final : public Plinth::Operation {
 public:
     std::string name;
     std::function<void()> duringUndo;
     std::function<void()> duringRedo;
 
-    FakeOp(std::vector<std::string>& log, std::string name)
+    FakeOp(std::string& log, std::string name)
         : name(std::move(name))
         , log(log)
     {
     }
-    ~FakeOp() override { log.push_back("~" + name); }
-    void execute() override { log.push_back("execute " + name); }
+    ~FakeOp() override { note("~"); }
+    void execute() override { note("execute "); }
     void undo() override
     {
-        log.push_back("undo " + name);
+        note("undo ");
         if (duringUndo) duringUndo();
     }
     void redo() override
     {
-        log.push_back("redo " + name);
+        note("redo ");
         if (duringRedo) duringRedo();
     }
 
 private:
-    std::vector<std::string>& log;
+    std::string& log;
+    void note(const char* what) { log += (log.empty() ? "" : ",") + (what + name); }
 };
 
 class UndoStackTest : public ::testing::Test {
 protected:
-    std::vector<std::string> log;
+    std::string log;
     Arbor::UndoStack stack;
 
     FakeOp* op(const char* name) { return new FakeOp(log, name); }
@@ -95,14 +96,6 @@ protected:
         }
         return out;
     }
-
-    std::string logText() const
-    {
-        std::string out;
-        for (const std::string& line : log)
-            out += (out.empty() ? "" : ",") + line;
-        return out;
-    }
 };
 
 TEST_F(UndoStackTest, RecordsUndoesAndRedoesInTasks)
@@ -145,24 +138,23 @@ TEST_F(UndoStackTest, RecordsUndoesAndRedoesInTasks)
         SCOPED_TRACE(c.name);
         run(c.script);
         EXPECT_EQ(tasks(), c.tasks);
-        EXPECT_EQ(logText(), c.log);
+        EXPECT_EQ(log, c.log);
         EXPECT_EQ(stack.newTaskPending, c.newTaskPending);
         stack.maxTasks(100);
         log.clear();
     }
 }
 
-TEST_F(UndoStackTest, EndTaskOfTheLastOrAMissingTaskIsTheOperationCount)
+// The end of the last or a missing task is the operation count; undo and redo with nothing to do
+// leave the flag alone.
+TEST_F(UndoStackTest, EdgesOfTheStack)
 {
     run("A B new C");
     EXPECT_EQ(stack.endTask(0), 2u);
     EXPECT_EQ(stack.endTask(1), 3u);
     EXPECT_EQ(stack.endTask(7), 3u);
     EXPECT_EQ(stack.endTask(ULONG_MAX), 3u);
-}
-
-TEST_F(UndoStackTest, EmptyUndoAndRedoLeaveTheFlagAlone)
-{
+    stack.clear();
     stack.newTaskPending = false;
     stack.undo();
     stack.redo();
@@ -179,7 +171,7 @@ TEST_F(UndoStackTest, DestructionDeletesOldestFirst)
         local.addOp(op("C"));
         local.undo();
     }
-    EXPECT_EQ(logText(), "undo C,~A,~B,~C");
+    EXPECT_EQ(log, "undo C,~A,~B,~C");
 }
 
 // An operation failing half-way through a task leaves a document that no record matches: the
@@ -198,7 +190,7 @@ TEST_F(UndoStackTest, ThrowingOperationDiscardsTheHistory)
         }
         log.clear();
         EXPECT_THROW(inUndo ? stack.undo() : stack.redo(), std::runtime_error);
-        EXPECT_EQ(logText(), inUndo ? "undo C,undo B,~X,~A,~B,~C" : "redo A,redo B,~X,~A,~B,~C");
+        EXPECT_EQ(log, inUndo ? "undo C,undo B,~X,~A,~B,~C" : "redo A,redo B,~X,~A,~B,~C");
         EXPECT_FALSE(stack.canUndo());
         EXPECT_FALSE(stack.canRedo());
         log.clear();
@@ -217,7 +209,7 @@ TEST_F(UndoStackTest, RecordingDuringUndoWaitsAndThenDiscardsTheUndoneTask)
         EXPECT_EQ(stack.operations.size(), 3u) << "recorded while the task is replayed";
     };
     stack.undo();
-    EXPECT_EQ(logText(), "undo B,undo A,~A,~B");
+    EXPECT_EQ(log, "undo B,undo A,~A,~B");
     EXPECT_EQ(tasks(), "[X][D]|");
     EXPECT_FALSE(stack.canRedo());
 }
@@ -250,7 +242,7 @@ TEST_F(UndoStackTest, ClearingDuringReplayDeletesOnlyAfterwards)
         (c.inUndo ? b->duringUndo : b->duringRedo) = discard;
         log.clear();
         c.inUndo ? stack.undo() : stack.redo();
-        EXPECT_EQ(logText(),
+        EXPECT_EQ(log,
             c.inUndo ? "undo C,undo B,undo A,~X,~A,~B,~C" : "redo A,redo B,redo C,~X,~A,~B,~C");
         EXPECT_FALSE(stack.canUndo());
         EXPECT_FALSE(stack.canRedo());
