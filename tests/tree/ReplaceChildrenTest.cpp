@@ -87,6 +87,63 @@ TEST_F(ReplaceChildrenTest, FirstFailingCheckWins)
         [&] { return nameOf(loose->parent); });
 }
 
+// An insertion that is bound to fail is refused before the new node leaves its old place or a
+// fragment is emptied: nothing is detached, released, recorded or announced.
+TEST_F(ReplaceChildrenTest, RefusedMovesChangeNothing)
+{
+    // root: a(b(c)) e; detached d(x(y)); fragment f holding g(h); o(p) of another document.
+    TestElement* a = appendElement(root(), "a");
+    TestElement* b = appendElement(a, "b");
+    TestElement* c = appendElement(b, "c");
+    TestElement* e = appendElement(root(), "e");
+    Plinth::Ref<TestElement> d(document().makeElement("d"));
+    TestElement* x = appendElement(d.get(), "x");
+    TestElement* y = appendElement(x, "y");
+    Plinth::Ref<Arbor::DocumentFragment> f(document().createDocumentFragment());
+    TestElement* g = appendElement(f.get(), "g");
+    TestElement* h = appendElement(g, "h");
+    Plinth::Ref<TestElement> o(otherDocument().makeElement("o"));
+    TestElement* p = appendElement(o.get(), "p");
+    document().newUndoTask();
+    const auto world = [&] {
+        return xml(d.get()) + children(f.get()) + xml(g) + xml(o.get())
+            + std::to_string(liveHostObjects());
+    };
+    expectRefusals(d.get(),
+        {
+            { "document element into its grandchild", "", [&] { c->appendChild(root()); }, 3 },
+            { "document element into itself", "", [&] { root()->appendChild(root()); }, 3 },
+            { "content node into its child", "", [&] { b->insertBefore(a, nullptr); }, 3 },
+            { "content node in place of its child", "", [&] { a->replaceChild(a, b); }, 3 },
+            { "held only by its parent, into its child", "", [&] { y->appendChild(x); }, 3 },
+            { "detached root into its grandchild", "", [&] { y->appendChild(d.get()); }, 3 },
+            { "detached root into itself", "", [&] { d->replaceChildren(nullptr, 0, d.get()); },
+                3 },
+            { "fragment into its grandchild", "", [&] { h->appendChild(f.get()); }, 3 },
+            { "fragment child into itself", "", [&] { g->appendChild(g); }, 3 },
+            { "reference node not a child", "", [&] { d->insertBefore(a, e); }, 8 },
+            { "fragment before a non-child", "", [&] { d->insertBefore(f.get(), c); }, 8 },
+            { "node of another document", "", [&] { d->appendChild(p); }, 4 },
+            { "other document before read-only", "r", [&] { d->appendChild(p); }, 4 },
+            { "old parent read-only first", "r", [&] { y->appendChild(x); }, 7 },
+        },
+        world);
+    expectRefusals(
+        a, { { "old parent refuses first", "c", [&] { c->appendChild(b); }, 3 } }, world);
+    expectRefusals(
+        y, { { "read-only before the cycle", "r", [&] { y->appendChild(x); }, 7 } }, world);
+    expectRefusals(h,
+        { { "read-only before the fragment cycle", "r", [&] { h->appendChild(f.get()); }, 7 } },
+        world);
+    // The refusals that follow the move still come after it: the moved node stays removed.
+    e->readOnlyNode = true;
+    expectDomError(7, [&] { e->appendChild(c); });
+    EXPECT_EQ(xml(b), "<b></b>");
+    e->readOnlyNode = false;
+    document().undo();
+    EXPECT_EQ(xml(b), "<b><c></c></b>");
+}
+
 TEST_F(ReplaceChildrenTest, ConvenienceOperations)
 {
     TestElement* p = appendElement(root(), "p");

@@ -161,19 +161,6 @@ TEST_F(UndoStackTest, EdgesOfTheStack)
     EXPECT_FALSE(stack.newTaskPending);
 }
 
-TEST_F(UndoStackTest, DestructionDeletesOldestFirst)
-{
-    {
-        Arbor::UndoStack local;
-        local.addOp(op("A"));
-        local.addOp(op("B"));
-        local.newTask();
-        local.addOp(op("C"));
-        local.undo();
-    }
-    EXPECT_EQ(log, "undo C,~A,~B,~C");
-}
-
 // An operation failing half-way through a task leaves a document that no record matches: the
 // history goes, the exception passes on, and no deleted operation is touched again.
 TEST_F(UndoStackTest, ThrowingOperationDiscardsTheHistory)
