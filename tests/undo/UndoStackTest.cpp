@@ -65,16 +65,12 @@ protected:
                 stack.redo();
             else if (step == "clear")
                 stack.clear();
-            else if (step == "0")
-                stack.addOp(nullptr);
-            else if (step == "+")
-                stack.addAtomicOp(nullptr);
             else if (step.compare(0, 4, "max:") == 0)
                 stack.maxTasks(std::stoul(step.substr(4)));
             else if (step[0] == '+')
-                stack.addAtomicOp(op(step.c_str() + 1));
+                stack.addAtomicOp(step.size() > 1 ? op(step.c_str() + 1) : nullptr);
             else
-                stack.addOp(op(step.c_str()));
+                stack.addOp(step == "0" ? nullptr : op(step.c_str()));
         }
     }
 
