@@ -13,12 +13,11 @@
 namespace {
 
 // An operation that writes what happens to it ("undo B", "redo B", "~B") into a shared log, the
-// entries separated by commas, and can run extra work from inside its undo() or redo().
+// entries separated by commas, and runs `during` (when set) inside its undo() and redo().
 class FakeOp final : public Plinth::Operation {
 public:
     std::string name;
-    std::function<void()> duringUndo;
-    std::function<void()> duringRedo;
+    std::function<void()> during;
 
     FakeOp(std::string& log, std::string name)
         : name(std::move(name))
@@ -27,20 +26,17 @@ public:
     }
     ~FakeOp() override { note("~"); }
     void execute() override { note("execute "); }
-    void undo() override
-    {
-        note("undo ");
-        if (duringUndo) duringUndo();
-    }
-    void redo() override
-    {
-        note("redo ");
-        if (duringRedo) duringRedo();
-    }
+    void undo() override { replay("undo "); }
+    void redo() override { replay("redo "); }
 
 private:
     std::string& log;
     void note(const char* what) { log += (log.empty() ? "" : ",") + (what + name); }
+    void replay(const char* what)
+    {
+        note(what);
+        if (during) during();
+    }
 };
 
 class UndoStackTest : public ::testing::Test {
@@ -160,12 +156,8 @@ TEST_F(UndoStackTest, ThrowingOperationDiscardsTheHistory)
         SCOPED_TRACE(inUndo ? "undo" : "redo");
         run("X new A B C");
         FakeOp* b = static_cast<FakeOp*>(stack.operations[2]);
-        if (inUndo) {
-            b->duringUndo = [] { throw std::runtime_error("undo failed"); };
-        } else {
-            stack.undo();
-            b->duringRedo = [] { throw std::runtime_error("redo failed"); };
-        }
+        if (!inUndo) stack.undo();
+        b->during = [] { throw std::runtime_error("replay failed"); };
         log.clear();
         EXPECT_THROW(inUndo ? stack.undo() : stack.redo(), std::runtime_error);
         EXPECT_EQ(log, inUndo ? "undo C,undo B,~X,~A,~B,~C" : "redo A,redo B,~X,~A,~B,~C");
@@ -182,7 +174,7 @@ TEST_F(UndoStackTest, ThrowingOperationDiscardsTheHistory)
 TEST_F(UndoStackTest, RecordingDuringUndoWaitsAndThenDiscardsTheUndoneTask)
 {
     run("X new A B");
-    static_cast<FakeOp*>(stack.operations[2])->duringUndo = [this] {
+    static_cast<FakeOp*>(stack.operations[2])->during = [this] {
         stack.addOp(op("D"));
         EXPECT_EQ(stack.operations.size(), 3u) << "recorded while the task is replayed";
     };
@@ -211,13 +203,12 @@ TEST_F(UndoStackTest, ClearingDuringReplayDeletesOnlyAfterwards)
         run("X new A B C");
         if (!c.inUndo) stack.undo();
         FakeOp* b = static_cast<FakeOp*>(stack.operations[2]);
-        auto discard = [&] {
+        b->during = [&] {
             c.discard(stack);
             EXPECT_FALSE(stack.canUndo());
             EXPECT_FALSE(stack.canRedo());
             EXPECT_EQ(stack.maxTasks(), c.limit);
         };
-        (c.inUndo ? b->duringUndo : b->duringRedo) = discard;
         log.clear();
         c.inUndo ? stack.undo() : stack.redo();
         EXPECT_EQ(log,
