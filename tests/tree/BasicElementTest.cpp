@@ -52,12 +52,11 @@ TEST_F(BasicElementTest, StoreKeepsInsertionOrderAcrossIndexThreshold)
 
 TEST(BasicElementValueText, EveryVariantClass)
 {
-    struct Case {
+    const struct {
         const char* name;
         Arbor::Variant value;
         std::string text;
-    };
-    const Case cases[] = {
+    } cases[] = {
         { "empty variant", Arbor::Variant(), "" },
         { "true", Arbor::BoolVariant(true), "true" },
         { "false", Arbor::BoolVariant(false), "false" },
@@ -72,10 +71,8 @@ TEST(BasicElementValueText, EveryVariantClass)
         { "null string", Arbor::StringVariant(nullptr), "" },
         { "UTF-16 string", Arbor::UStringVariant(u"\u00E9\u20AC\U0001F600!"),
             u8"\u00E9\u20AC\U0001F600!" },
-        { "unpaired surrogates",
-            Arbor::UStringVariant(u"a\xD800"
-                                  u"b\xDC00"
-                                  u"c\xD83D"),
+        // "a", a high surrogate, "b", a low surrogate, "c", a high surrogate at the end.
+        { "unpaired surrogates", Arbor::UStringVariant(u"a\xD800\x62\xDC00\x63\xD83D"),
             u8"a\uFFFDb\uFFFDc\uFFFD" },
         { "null UTF-16 string", Arbor::UStringVariant(nullptr), "" },
         { "fixed string", Arbor::FixedStringVariant(Plinth::FixedStringBase<char>("fixed")),
@@ -87,7 +84,7 @@ TEST(BasicElementValueText, EveryVariantClass)
         { "token", Arbor::TokenVariant(Arbor::Token("tok")), "tok" },
         { "null token", Arbor::TokenVariant(Arbor::Token()), "" },
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         std::string text = "prefix:";
         Arbor::BasicElement::appendValueText(text, c.value);

@@ -7,20 +7,16 @@ using ConvenienceTest = HostTest;
 
 TEST(Utf8Test, DecodingRepairsEachIllFormedSubpart)
 {
-    struct Case {
+    const struct {
         const char* name;
         std::string bytes;
         std::u16string expected;
-    };
-    const Case cases[] = {
+    } cases[] = {
         { "one to four bytes", "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80",
             u"a\u00e9\u20ac\U0001F600" },
         { "highest code point", "\xF4\x8F\xBF\xBF", u"\U0010FFFF" },
         { "embedded NUL is kept", std::string("a\0b", 3), std::u16string(u"a\0b", 3) },
-        { "stray continuation byte",
-            "a\x80"
-            "b",
-            u"a\uFFFDb" },
+        { "stray continuation byte", std::string("a\x80") + 'b', u"a\uFFFDb" },
         { "sequence cut short by ASCII", "\xE2\x82x", u"\uFFFDx" },
         { "sequence cut short by the end", "a\xF0\x9F\x98", u"a\uFFFD" },
         { "sequence cut short by a lead byte", "\xE2\xC3\xA9", u"\uFFFD\u00e9" },
@@ -28,12 +24,9 @@ TEST(Utf8Test, DecodingRepairsEachIllFormedSubpart)
         { "overlong three-byte form", "\xE0\x80\xAF", u"\uFFFD\uFFFD\uFFFD" },
         { "encoded surrogate", "\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD" },
         { "above U+10FFFF", "\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD" },
-        { "byte that never starts a sequence",
-            "\xFF"
-            "a",
-            u"\uFFFDa" },
+        { "byte that never starts a sequence", std::string("\xFF") + 'a', u"\uFFFDa" },
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         EXPECT_EQ(Arbor::utf16FromUtf8(c.bytes), c.expected);
     }
@@ -41,24 +34,20 @@ TEST(Utf8Test, DecodingRepairsEachIllFormedSubpart)
 
 TEST(Utf8Test, EncodingReplacesUnpairedSurrogates)
 {
-    struct Case {
+    const struct {
         const char* name;
         std::u16string text;
         std::string expected;
-    };
-    const Case cases[] = {
+    } cases[] = {
         { "pair", u"\U0001F600", "\xF0\x9F\x98\x80" },
         { "BMP forms at the edges of their lengths", u"\u007f\u0080\u07ff\u0800\uffff",
             "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF" },
         { "high surrogate at the end", u"a\xD83D", "a\xEF\xBF\xBD" },
-        { "high surrogate before a letter",
-            u"\xD83D"
-            "a",
-            "\xEF\xBF\xBD"
-            "a" },
+        { "high surrogate before a letter", std::u16string(u"\xD83D") + u'a',
+            std::string("\xEF\xBF\xBD") + 'a' },
         { "low surrogate alone", u"\xDE00", "\xEF\xBF\xBD" },
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         EXPECT_EQ(Arbor::utf8FromUtf16(std::u16string_view(c.text)), c.expected);
         EXPECT_EQ(Arbor::utf8FromUtf16(c.text.c_str()), c.expected);

@@ -225,15 +225,14 @@ TEST_F(ReplaceChildrenTest, ChainHeadMovedIntoTheNodeItHolds)
 // The raw replacement through replaceChildren on a detached parent: every shape of run and chain.
 TEST_F(ReplaceChildrenTest, RawShapes)
 {
-    struct Case {
+    const struct {
         const char* name;
         int first; // index of a child, -1 null, 9 a node that is not a child
         unsigned long count;
         bool chain;
         const char* after;
         const char* removed; // the removed run, still a chain when held
-    };
-    const Case cases[] = {
+    } cases[] = {
         { "append", -1, 0, true, "a b c d 'x' 'y'", "" },
         { "append ignores count", -1, 5, true, "a b c d 'x' 'y'", "" },
         { "insert before first", 0, 0, true, "'x' 'y' a b c d", "" },
@@ -251,7 +250,7 @@ TEST_F(ReplaceChildrenTest, RawShapes)
         { "remove from null", -1, 3, false, "a b c d", "" },
         { "remove zero of a non-child", 9, 0, false, "a b c d", "" },
     };
-    for (const Case& test : cases) {
+    for (const auto& test : cases) {
         SCOPED_TRACE(test.name);
         Plinth::Ref<TestElement> parent(document().makeElement("p"));
         std::vector<Plinth::Ref<Node>> kids;

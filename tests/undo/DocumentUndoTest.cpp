@@ -48,13 +48,12 @@ TEST_F(DocumentUndoTest, EveryChangeFiresItsEventsOnUndoAndRedo)
         TestText* t;
         TestElement* b;
     };
-    struct Case {
+    auto fresh = [this](const char* name) { return document().makeElement(name); };
+    const struct {
         const char* name;
         std::function<void(Nodes&)> change;
         const char *done, *undone;
-    };
-    auto fresh = [this](const char* name) { return document().makeElement(name); };
-    const Case cases[] = {
+    } cases[] = {
         { "append", [&](Nodes& n) { n.p->appendChild(fresh("x")); }, "p null x 0", "p x null 1" },
         { "replace", [&](Nodes& n) { n.p->replaceChild(fresh("x"), n.t); }, "p t x 1", "p x t 1" },
         { "remove", [&](Nodes& n) { n.p->removeChild(n.t); }, "p t null 1", "p b t 0" },
@@ -82,7 +81,7 @@ TEST_F(DocumentUndoTest, EveryChangeFiresItsEventsOnUndoAndRedo)
             "+k=v" },
         { "attribute removed", [&](Nodes& n) { n.p->removeAttribute("k"); }, "-k", "+k=v" },
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         Nodes n;
         n.p = appendElement(root(), "p");

@@ -92,14 +92,13 @@ protected:
 
 TEST_F(UndoStackTest, RecordsUndoesAndRedoesInTasks)
 {
-    struct Case {
+    const struct {
         const char* name;
         const char* script;
         const char* tasks;
         const char* log;
         bool newTaskPending;
-    };
-    const Case cases[] = {
+    } cases[] = {
         { "fresh stack", "", "|", "", true },
         { "operations without a boundary form one task", "A B C", "[A B C]|", "", false },
         { "null operations are ignored", "A 0 B", "[A B]|", "", false },
@@ -121,7 +120,7 @@ TEST_F(UndoStackTest, RecordsUndoesAndRedoesInTasks)
         { "the tasks left undo after a drop", "max:2 A B new C D E new F undo undo", "|[C D E][F]",
             "~A,~B,undo F,undo E,undo D,undo C", true },
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         run(c.script);
         EXPECT_EQ(tasks(), c.tasks);
@@ -186,19 +185,18 @@ TEST_F(UndoStackTest, RecordingDuringUndoWaitsAndThenDiscardsTheUndoneTask)
 
 TEST_F(UndoStackTest, ClearingDuringReplayDeletesOnlyAfterwards)
 {
-    struct Case {
+    const struct {
         const char* name;
         bool inUndo;
         std::function<void(Arbor::UndoStack&)> discard;
         unsigned long limit;
-    };
-    const Case cases[] = {
+    } cases[] = {
         { "clear in undo", true, [](Arbor::UndoStack& s) { s.clear(); }, 100 },
         { "new limit in undo", true, [](Arbor::UndoStack& s) { s.maxTasks(3); }, 3 },
         { "clear in redo", false, [](Arbor::UndoStack& s) { s.clear(); }, 100 },
         { "new limit in redo", false, [](Arbor::UndoStack& s) { s.maxTasks(0); }, 0 },
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         run("X new A B C");
         if (!c.inUndo) stack.undo();
