@@ -78,12 +78,10 @@ protected:
             if (task == stack.doneTasks) out += "|";
             if (task == stack.taskStarts.size()) break;
             out += "[";
-            const unsigned long end
-                = std::min<unsigned long>(stack.endTask(task), stack.operations.size());
-            for (unsigned long i = stack.taskStarts[task]; i < end; ++i) {
-                if (i != stack.taskStarts[task]) out += " ";
-                out += static_cast<FakeOp*>(stack.operations[i])->name;
-            }
+            const unsigned long start = stack.taskStarts[task];
+            for (unsigned long i = start;
+                 i < std::min(stack.endTask(task), stack.operations.size()); ++i)
+                out += (i == start ? "" : " ") + static_cast<FakeOp*>(stack.operations[i])->name;
             out += "]";
         }
         return out;
