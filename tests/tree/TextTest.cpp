@@ -1,5 +1,6 @@
 #include "tests/support/Host.h"
 
+#include <cstdlib>
 #include <functional>
 #include <string>
 
@@ -12,6 +13,7 @@ TEST_F(TextTest, EmptyTextHasNoBuffer)
     EXPECT_EQ(fromEmpty->data(), nullptr);
     EXPECT_EQ(fromNull->data(), nullptr);
     EXPECT_EQ(fromNull->items(), 0u);
+    expectDomError(1, [&] { std::free(fromNull->substringData(1, 0)); });
     const char16_t source[] = u"ab";
     fromEmpty->appendData(source);
     EXPECT_EQ(ascii(fromEmpty->data()), "ab");
