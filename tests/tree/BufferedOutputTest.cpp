@@ -8,10 +8,13 @@
 #include <vector>
 
 using BufferedOutputTest = HostTest;
+using XmlOutputTest = HostTest;
 
 namespace {
 
 using Arbor::Token;
+
+const std::string declaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
 
 // A stream whose buffer collects the bytes and counts the calls that hand them over.
 struct CountingStream : std::streambuf {
@@ -72,7 +75,6 @@ TEST_F(BufferedOutputTest, HostOverridesKeepTheirPlaceAndLibraryNodesAreBuffered
     }
     CountingStream plain;
     document().putXml(plain.os);
-    const std::string declaration = "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
     EXPECT_EQ(plain.bytes, declaration + "<root>" + run + "</root>\n");
     EXPECT_LE(plain.writes, 4) << plain.bytes.size() << " bytes";
 
@@ -125,15 +127,66 @@ TEST_F(BufferedOutputTest, ManyAttributesRemovedPlacesAndCopies)
     EXPECT_EQ(e->attributeAt(499).first, names[999]);
     Plinth::Ref<Arbor::Node> copy(e->cloneNode(false));
     auto* c = static_cast<Arbor::BasicElement*>(copy.get());
-    for (int i = 0; i < 1000; ++i) {
-        EXPECT_EQ(e->hasAttribute(names[i]), i % 2 == 1) << i;
-        EXPECT_EQ(c->getAttribute(names[i]),
-            i % 2 ? Arbor::Variant(Arbor::LongVariant(i)) : Arbor::Variant())
-            << i;
-    }
+    EXPECT_EQ(xml(c), xml(e.get()));
+    for (int i = 0; i < 1000; ++i)
+        EXPECT_EQ(e->hasAttribute(names[i]) + c->hasAttribute(names[i]), i % 2 ? 2 : 0) << i;
     e->setAttributeRaw(names[0], Arbor::LongVariant(-1));
     c->setAttributeRaw(names[0], Arbor::LongVariant(-1));
     EXPECT_EQ(e->attributeAt(0).first, names[0]) << "back at its place";
     EXPECT_EQ(c->attributeAt(500).first, names[0]) << "the copy has no place for it";
     EXPECT_EQ(xml(e.get()).substr(0, 22), "<e n0=\"-1\" n1=\"1\" n3=\"");
+}
+
+TEST_F(XmlOutputTest, DocumentIsDeclarationElementAndLineFeed)
+{
+    Plinth::Ref<TestDocument> empty(new TestDocument);
+    EXPECT_EQ(xml(empty.get()), declaration + "\n");
+    empty->tearDown();
+
+    EXPECT_EQ(xml(&document()), declaration + "<root></root>\n");
+    TestElement* p = appendElement(root(), "p");
+    p->setAttribute("class", Arbor::UStringVariant(u"a\"<&>'b"));
+    p->setAttribute("on", Arbor::BoolVariant(true));
+    p->setAttribute("none", Arbor::Variant());
+    p->setAttribute("tok", Arbor::TokenVariant(Arbor::Token("tok")));
+    appendText(p, u"x < y & z");
+    appendElement(p, "br");
+    appendText(root(), u"tail");
+    EXPECT_EQ(xml(&document()),
+        declaration
+            + "<root><p class=\"a&quot;&lt;&amp;&gt;'b\" on=\"true\" none=\"\" tok=\"tok\">"
+              "x &lt; y &amp; z<br></br></p>tail</root>\n");
+}
+
+TEST_F(XmlOutputTest, ElementsTextAndNodesThatWriteNothing)
+{
+    TestElement* e = appendElement(root(), "e");
+    appendText(e, u"ab");
+    appendText(e, u"cd");
+    appendText(e, nullptr);
+    appendText(e, u"ef");
+    e->setAttribute(Arbor::Token("k"), Arbor::LongVariant(1));
+    EXPECT_EQ(xml(e), "<e k=\"1\">abcdef</e>") << "no separator between text nodes";
+
+    // Names are written as they are, without escaping.
+    TestElement* odd = appendElement(root(), "a<&\"b");
+    EXPECT_EQ(xml(odd), "<a<&\"b></a<&\"b>");
+
+    // Fragments and ranges write nothing, also with children or around content.
+    Plinth::Ref<Arbor::DocumentFragment> fragment(document().createDocumentFragment());
+    appendElement(fragment.get(), "inside");
+    EXPECT_EQ(xml(fragment.get()), "");
+    EXPECT_EQ(xml(range(e, 0, e, 2).get()), "");
+}
+
+TEST_F(XmlOutputTest, NullTagNameSetsBadBit)
+{
+    Plinth::Ref<TestElement> outer(document().makeElement("outer"));
+    appendText(outer.get(), u"x");
+    // A tag token without a string.
+    outer->appendChild(new TestElement(&document(), Arbor::Token()));
+    std::ostringstream os;
+    EXPECT_EQ(&outer->putXml(os), &os);
+    EXPECT_TRUE(os.bad());
+    EXPECT_EQ(os.str().rfind("<outer>x<", 0), 0u) << os.str();
 }

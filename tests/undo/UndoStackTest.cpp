@@ -12,39 +12,36 @@
 
 namespace {
 
-// An operation that writes what happens to it ("undo B", "redo B", "~B") into a shared log and
-// can run extra work from inside its undo() or redo().
+// An operation that writes what happens to it ("undo B", "redo B", "~B") into a shared log, the
+// entries separated by commas, and runs `during` (when set) inside its undo() and redo().
 class FakeOp final : public Plinth::Operation {
 public:
     std::string name;
-    std::function<void()> duringUndo;
-    std::function<void()> duringRedo;
+    std::function<void()> during;
 
-    FakeOp(std::vector<std::string>& log, std::string name)
+    FakeOp(std::string& log, std::string name)
         : name(std::move(name))
         , log(log)
     {
     }
-    ~FakeOp() override { log.push_back("~" + name); }
-    void execute() override { log.push_back("execute " + name); }
-    void undo() override
-    {
-        log.push_back("undo " + name);
-        if (duringUndo) duringUndo();
-    }
-    void redo() override
-    {
-        log.push_back("redo " + name);
-        if (duringRedo) duringRedo();
-    }
+    ~FakeOp() override { note("~"); }
+    void execute() override { note("execute "); }
+    void undo() override { replay("undo "); }
+    void redo() override { replay("redo "); }
 
 private:
-    std::vector<std::string>& log;
+    std::string& log;
+    void note(const char* what) { log += (log.empty() ? "" : ",") + (what + name); }
+    void replay(const char* what)
+    {
+        note(what);
+        if (during) during();
+    }
 };
 
 class UndoStackTest : public ::testing::Test {
 protected:
-    std::vector<std::string> log;
+    std::string log;
     Arbor::UndoStack stack;
 
     FakeOp* op(const char* name) { return new FakeOp(log, name); }
@@ -64,16 +61,12 @@ protected:
                 stack.redo();
             else if (step == "clear")
                 stack.clear();
-            else if (step == "0")
-                stack.addOp(nullptr);
-            else if (step == "+")
-                stack.addAtomicOp(nullptr);
             else if (step.compare(0, 4, "max:") == 0)
                 stack.maxTasks(std::stoul(step.substr(4)));
             else if (step[0] == '+')
-                stack.addAtomicOp(op(step.c_str() + 1));
+                stack.addAtomicOp(step.size() > 1 ? op(step.c_str() + 1) : nullptr);
             else
-                stack.addOp(op(step.c_str()));
+                stack.addOp(step == "0" ? nullptr : op(step.c_str()));
         }
     }
 
@@ -85,101 +78,71 @@ protected:
             if (task == stack.doneTasks) out += "|";
             if (task == stack.taskStarts.size()) break;
             out += "[";
-            const unsigned long end
-                = std::min<unsigned long>(stack.endTask(task), stack.operations.size());
-            for (unsigned long i = stack.taskStarts[task]; i < end; ++i) {
-                if (i != stack.taskStarts[task]) out += " ";
-                out += static_cast<FakeOp*>(stack.operations[i])->name;
-            }
+            const unsigned long start = stack.taskStarts[task];
+            for (unsigned long i = start;
+                 i < std::min(stack.endTask(task), stack.operations.size()); ++i)
+                out += (i == start ? "" : " ") + static_cast<FakeOp*>(stack.operations[i])->name;
             out += "]";
         }
-        return out;
-    }
-
-    std::string logText() const
-    {
-        std::string out;
-        for (const std::string& line : log)
-            out += (out.empty() ? "" : ",") + line;
         return out;
     }
 };
 
 TEST_F(UndoStackTest, RecordsUndoesAndRedoesInTasks)
 {
-    struct Case {
+    const struct {
         const char* name;
         const char* script;
         const char* tasks;
         const char* log;
         bool newTaskPending;
-    };
-    const Case cases[] = {
+    } cases[] = {
         { "fresh stack", "", "|", "", true },
         { "operations without a boundary form one task", "A B C", "[A B C]|", "", false },
         { "null operations are ignored", "A 0 B", "[A B]|", "", false },
-        { "undo runs the task backwards", "A B C undo", "|[A B C]", "undo C,undo B,undo A", true },
-        { "redo runs the task forwards", "A B undo redo", "[A B]|", "undo B,undo A,redo A,redo B",
-            true },
+        { "undo runs backwards", "A B C undo", "|[A B C]", "undo C,undo B,undo A", true },
+        { "redo runs forwards", "A B undo redo", "[A B]|", "undo B,undo A,redo A,redo B", true },
         { "a boundary opens a second task", "A new B", "[A][B]|", "", false },
         { "an atomic operation is a task of its own", "A +B C", "[A][B][C]|", "", false },
         { "a null atomic operation only sets the flag", "A + B", "[A][B]|", "", false },
-        { "recording after undo discards the undone task", "A new B undo C", "[A][C]|", "undo B,~B",
-            false },
+        { "recording after undo drops it", "A new B undo C", "[A][C]|", "undo B,~B", false },
         { "undone tasks are deleted oldest first", "A new B new C undo undo D", "[A][D]|",
             "undo C,undo B,~B,~C", false },
-        { "recording after redo opens a new task", "A undo redo B", "[A][B]|", "undo A,redo A",
-            false },
+        { "recording after redo: new task", "A undo redo B", "[A][B]|", "undo A,redo A", false },
         { "redo with nothing undone keeps the task open", "A redo B", "[A B]|", "", false },
         { "undo past the first task changes nothing", "A undo undo B", "[B]|", "undo A,~A", false },
-        { "clear deletes oldest first and opens a task", "A new B clear C", "[C]|", "~A,~B",
-            false },
+        { "clear: oldest first, new task", "A new B clear C", "[C]|", "~A,~B", false },
         { "a new limit clears", "A new B undo max:5", "|", "undo B,~A,~B", true },
         { "a limit of 0 deletes on arrival", "A max:0 B +C", "|", "~A,~B,~C", true },
-        { "a limit of 2 drops the oldest task", "max:2 A B new C new D", "[C][D]|", "~A,~B",
-            false },
+        { "limit 2 drops the oldest task", "max:2 A B new C new D", "[C][D]|", "~A,~B", false },
         { "the tasks left undo after a drop", "max:2 A B new C D E new F undo undo", "|[C D E][F]",
             "~A,~B,undo F,undo E,undo D,undo C", true },
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         run(c.script);
         EXPECT_EQ(tasks(), c.tasks);
-        EXPECT_EQ(logText(), c.log);
+        EXPECT_EQ(log, c.log);
         EXPECT_EQ(stack.newTaskPending, c.newTaskPending);
         stack.maxTasks(100);
         log.clear();
     }
 }
 
-TEST_F(UndoStackTest, EndTaskOfTheLastOrAMissingTaskIsTheOperationCount)
+// The end of the last or a missing task is the operation count; undo and redo with nothing to do
+// leave the flag alone.
+TEST_F(UndoStackTest, EdgesOfTheStack)
 {
     run("A B new C");
     EXPECT_EQ(stack.endTask(0), 2u);
     EXPECT_EQ(stack.endTask(1), 3u);
     EXPECT_EQ(stack.endTask(7), 3u);
     EXPECT_EQ(stack.endTask(ULONG_MAX), 3u);
-}
-
-TEST_F(UndoStackTest, EmptyUndoAndRedoLeaveTheFlagAlone)
-{
+    stack.clear();
     stack.newTaskPending = false;
     stack.undo();
     stack.redo();
     EXPECT_FALSE(stack.newTaskPending);
-}
-
-TEST_F(UndoStackTest, DestructionDeletesOldestFirst)
-{
-    {
-        Arbor::UndoStack local;
-        local.addOp(op("A"));
-        local.addOp(op("B"));
-        local.newTask();
-        local.addOp(op("C"));
-        local.undo();
-    }
-    EXPECT_EQ(logText(), "undo C,~A,~B,~C");
 }
 
 // An operation failing half-way through a task leaves a document that no record matches: the
@@ -190,15 +153,11 @@ TEST_F(UndoStackTest, ThrowingOperationDiscardsTheHistory)
         SCOPED_TRACE(inUndo ? "undo" : "redo");
         run("X new A B C");
         FakeOp* b = static_cast<FakeOp*>(stack.operations[2]);
-        if (inUndo) {
-            b->duringUndo = [] { throw std::runtime_error("undo failed"); };
-        } else {
-            stack.undo();
-            b->duringRedo = [] { throw std::runtime_error("redo failed"); };
-        }
+        if (!inUndo) stack.undo();
+        b->during = [] { throw std::runtime_error("replay failed"); };
         log.clear();
         EXPECT_THROW(inUndo ? stack.undo() : stack.redo(), std::runtime_error);
-        EXPECT_EQ(logText(), inUndo ? "undo C,undo B,~X,~A,~B,~C" : "redo A,redo B,~X,~A,~B,~C");
+        EXPECT_EQ(log, inUndo ? "undo C,undo B,~X,~A,~B,~C" : "redo A,redo B,~X,~A,~B,~C");
         EXPECT_FALSE(stack.canUndo());
         EXPECT_FALSE(stack.canRedo());
         log.clear();
@@ -212,45 +171,43 @@ TEST_F(UndoStackTest, ThrowingOperationDiscardsTheHistory)
 TEST_F(UndoStackTest, RecordingDuringUndoWaitsAndThenDiscardsTheUndoneTask)
 {
     run("X new A B");
-    static_cast<FakeOp*>(stack.operations[2])->duringUndo = [this] {
+    static_cast<FakeOp*>(stack.operations[2])->during = [this] {
         stack.addOp(op("D"));
         EXPECT_EQ(stack.operations.size(), 3u) << "recorded while the task is replayed";
     };
     stack.undo();
-    EXPECT_EQ(logText(), "undo B,undo A,~A,~B");
+    EXPECT_EQ(log, "undo B,undo A,~A,~B");
     EXPECT_EQ(tasks(), "[X][D]|");
     EXPECT_FALSE(stack.canRedo());
 }
 
 TEST_F(UndoStackTest, ClearingDuringReplayDeletesOnlyAfterwards)
 {
-    struct Case {
+    const struct {
         const char* name;
         bool inUndo;
         std::function<void(Arbor::UndoStack&)> discard;
         unsigned long limit;
-    };
-    const Case cases[] = {
+    } cases[] = {
         { "clear in undo", true, [](Arbor::UndoStack& s) { s.clear(); }, 100 },
         { "new limit in undo", true, [](Arbor::UndoStack& s) { s.maxTasks(3); }, 3 },
         { "clear in redo", false, [](Arbor::UndoStack& s) { s.clear(); }, 100 },
         { "new limit in redo", false, [](Arbor::UndoStack& s) { s.maxTasks(0); }, 0 },
     };
-    for (const Case& c : cases) {
+    for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         run("X new A B C");
         if (!c.inUndo) stack.undo();
         FakeOp* b = static_cast<FakeOp*>(stack.operations[2]);
-        auto discard = [&] {
+        b->during = [&] {
             c.discard(stack);
             EXPECT_FALSE(stack.canUndo());
             EXPECT_FALSE(stack.canRedo());
             EXPECT_EQ(stack.maxTasks(), c.limit);
         };
-        (c.inUndo ? b->duringUndo : b->duringRedo) = discard;
         log.clear();
         c.inUndo ? stack.undo() : stack.redo();
-        EXPECT_EQ(logText(),
+        EXPECT_EQ(log,
             c.inUndo ? "undo C,undo B,undo A,~X,~A,~B,~C" : "redo A,redo B,redo C,~X,~A,~B,~C");
         EXPECT_FALSE(stack.canUndo());
         EXPECT_FALSE(stack.canRedo());
