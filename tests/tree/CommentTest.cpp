@@ -56,8 +56,9 @@ TEST_F(CommentTest, RefusesWhatCannotBeWrittenBack)
     } kinds[] = {
         { true, { u"a-b - c", u"-starts", u"tab\tand\nline", u"pair \xD83D\xDE00" },
             { u"a--b", u"ends-", u"-", u"cr\r", u"bell\a", u"\xFFFF", u"lone \xD800 high",
-                u"\xDFFF" } },
-        { false, { u"a ? > b", u"trailing ", u"--" }, { u"a?>b", u" leading", u"\tx", u"\nx" } },
+                u"\xDFFF", u"end \xD83D" } },
+        { false, { u"a ? > b", u"trailing ", u"--" },
+            { u"a?>b", u" leading", u"\tx", u"\nx", u"bell\a" } },
     };
     for (const auto& kind : kinds) {
         const bool comment = kind.comment;

@@ -18,6 +18,7 @@ TEST_F(TextTest, EmptyTextHasNoBuffer)
     fromEmpty->appendData(source);
     EXPECT_EQ(ascii(fromEmpty->data()), "ab");
     EXPECT_NE(fromEmpty->data(), source) << "the node keeps its own copy";
+    expectDomError(1, [&] { fromEmpty->replaceDataRaw(3, 0, u"x"); });
 }
 
 // The offset is checked first, then read-only, then the node's own refusal, all before any change.
