@@ -12,14 +12,11 @@ Arbor::AttributeOperation::AttributeOperation(
     , name(name)
     , hadAttribute(false)
 {
-    // Held before the store is asked; a store that throws leaves no reference behind.
-    element->ref();
-    try {
-        hadAttribute = element->hasAttribute(name);
-    } catch (...) {
-        element->unref();
-        throw;
-    }
+    // Held before the store is asked; a store that throws leaves no reference behind. From then
+    // on the reference is the operation's, released by its destructor.
+    Plinth::Ref<Element> held(element);
+    hadAttribute = element->hasAttribute(name);
+    held.release();
 }
 
 Arbor::AttributeOperation::~AttributeOperation() { Plinth::releaseCounted(element); }
