@@ -127,11 +127,15 @@ void Interpreter::releaseEverything()
     // Release the nodes and the documents in an order the choices pick.
     for (auto& document : documents)
         held.push_back(Plinth::Ref<Node>::adopt(document.release()));
-    while (!held.empty()) {
-        const unsigned long index = source.below(held.size());
-        std::swap(held[index], held.back());
-        held.pop_back();
-    }
+    while (!held.empty())
+        releaseHeld();
+}
+
+void Interpreter::releaseHeld()
+{
+    const unsigned long index = source.below(held.size());
+    std::swap(held[index], held.back());
+    held.pop_back();
 }
 
 bool Interpreter::fail(const std::string& what)
@@ -508,27 +512,23 @@ bool Interpreter::historyOperation()
 {
     Arbor::Document* d = document();
     const unsigned long choice = source.below(16);
-    if (choice < 6) {
-        operation = "undo";
-        attempt([&] { d->undo(); });
-    } else if (choice < 10) {
-        operation = "redo";
-        attempt([&] { d->redo(); });
-    } else if (choice < 13) {
+    if (choice < 10) {
+        operation = choice < 6 ? "undo" : "redo";
+        attempt([&] { choice < 6 ? d->undo() : d->redo(); });
+        return true;
+    }
+    if (choice < 13) {
         operation = "newUndoTask";
         d->newUndoTask();
-    } else if (choice < 14) {
-        operation = "maxUndoTasks";
-        const unsigned long limits[] = { 0, 1, 2, 5, 100, 100, 100, 100 };
-        const unsigned long n = limits[source.below(8)];
-        d->maxUndoTasks(n);
-        if (d->canUndo() || d->canRedo() || d->maxUndoTasks() != n)
-            return fail("maxUndoTasks kept history or another limit");
-    } else {
-        operation = "clearUndoStack";
-        d->clearUndoStack();
-        if (d->canUndo() || d->canRedo()) return fail("clearUndoStack kept history");
+        return true;
     }
+    // Both drop the whole history; a new limit is kept.
+    const unsigned long limits[] = { 0, 1, 2, 5, 100, 100, 100, 100 };
+    const unsigned long n = choice == 13 ? limits[source.below(8)] : d->maxUndoTasks();
+    operation = choice == 13 ? "maxUndoTasks" : "clearUndoStack";
+    choice == 13 ? d->maxUndoTasks(n) : d->clearUndoStack();
+    if (d->canUndo() || d->canRedo() || d->maxUndoTasks() != n)
+        return fail(operation + " kept history or another limit");
     return true;
 }
 
@@ -704,10 +704,7 @@ bool Interpreter::queryOrTearDown()
 bool Interpreter::releaseNode()
 {
     operation = "release node";
-    if (held.empty()) return true;
-    const unsigned long index = source.below(held.size());
-    std::swap(held[index], held.back());
-    held.pop_back();
+    if (!held.empty()) releaseHeld();
     return true;
 }
 

@@ -145,6 +145,8 @@ private:
 
     void startEpisode();
     void releaseEverything();
+    /// Drops one of the held references, chosen by the source.
+    void releaseHeld();
     bool fail(const std::string& what);
     std::string xml() const;
     void touch(Arbor::Node* node);
