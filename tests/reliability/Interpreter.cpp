@@ -620,11 +620,8 @@ bool Interpreter::rangeOperation()
     Arbor::Range* range = ranges[index].get();
     const bool detached = range->isDetached();
     const unsigned long choice = source.below(10);
+    if (choice < 3) return rangeSetter(range);
     switch (choice) {
-    case 0:
-    case 1:
-    case 2:
-        return rangeSetter(range);
     case 3:
     case 7:
         // Both are refused exactly when the range is detached.
