@@ -58,8 +58,8 @@ struct Scene {
 void expectRangesDetached(const Scene& scene, const std::vector<bool>& released)
 {
     for (int i = Selected; i <= OnElement; ++i) {
-        const auto* range = static_cast<const Range*>(scene.items[i]);
         if (released[i]) continue;
+        const auto* range = static_cast<const Range*>(scene.items[i]);
         EXPECT_TRUE(range->isDetached()) << itemNames[i];
         EXPECT_FALSE(range->isSelected()) << itemNames[i];
         EXPECT_EQ(range->parentNode(), nullptr) << itemNames[i];
