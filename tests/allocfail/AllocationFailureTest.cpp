@@ -44,17 +44,13 @@ struct World {
 
     World()
     {
-        root = document->makeElement("root");
-        document->appendChild(root);
-        p = document->makeElement("p");
-        root->appendChild(p);
+        root = appendElement(document.get(), "root");
+        p = appendElement(root, "p");
         p->setAttribute(Arbor::Token("class"), Arbor::StringVariant("intro"));
-        text = document->makeText(u"hello world");
-        p->appendChild(text);
-        root->appendChild(document->makeElement("q"));
+        text = appendText(p, u"hello world");
+        appendElement(root, "q");
         detached = Plinth::Ref<TestElement>(document->makeElement("d"));
-        detachedText = Plinth::Ref<TestText>(document->makeText(u"detached text"));
-        detached->appendChild(detachedText.get());
+        detachedText = Plinth::Ref<TestText>(appendText(detached.get(), u"detached text"));
         document->clearUndoStack();
         kept.reserve(8); // so keeping a node never fails after the node was made
     }
@@ -73,29 +69,6 @@ struct World {
         for (const auto& node : kept)
             node->putXml(os);
         return os.str();
-    }
-};
-
-/// Posts a function from every event it hears; a post that cannot queue the function leaves it
-/// to the poster.
-class Poster final : public Arbor::IDocObserver {
-public:
-    Arbor::Document* document = nullptr;
-    int ran = 0;
-
-    void onEvent(Arbor::DomEvent&) override
-    {
-        struct Count final : Arbor::Functor {
-            int& ran;
-            explicit Count(int& ran)
-                : ran(ran)
-            {
-            }
-            void operator()() override { ++ran; }
-        };
-        std::unique_ptr<Arbor::Functor> functor(new Count(ran));
-        document->postFunction(functor.get());
-        functor.release();
     }
 };
 
@@ -176,8 +149,13 @@ const Scenario scenarios[] = {
         [](World& w) { return std::to_string(w.document->observers.size()); } },
     { "posting a function from an observer", Promise::Atomic,
         [](World& w) {
-            static Poster poster;
-            poster.document = w.document.get();
+            // A post that cannot queue the function leaves it to the poster.
+            static CallbackObserver poster;
+            poster.react = [document = w.document.get()](Arbor::DomEvent&) {
+                std::unique_ptr<Arbor::Functor> task(new PostedTask);
+                document->postFunction(task.get());
+                task.release();
+            };
             w.document->addObserver(&poster);
         },
         [](World& w) { w.text->appendData(u"!"); } },

@@ -36,8 +36,6 @@ bool AllocFail::disarm()
     return failed;
 }
 
-unsigned long AllocFail::counted() { return count; }
-
 // A sanitizer, however it came into the build (the project's option or the compiler flags),
 // owns malloc and its relatives: only operator new is replaced then.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)

@@ -10,8 +10,6 @@ namespace AllocFail {
 void arm(unsigned long k);
 /// Stops counting; returns whether the armed failure happened.
 bool disarm();
-/// Number of allocations counted since the last `arm`.
-unsigned long counted();
 /// Whether malloc-family allocations are counted too (not under a sanitizer, which owns malloc,
 /// whether it came from the project's option or from the compiler flags).
 bool countsMalloc();

@@ -9,9 +9,8 @@
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
-#include <new>
+#include <functional>
 #include <optional>
-#include <sstream>
 
 namespace {
 
@@ -21,19 +20,6 @@ const char* const tags[] = { "p", "q", "em", "li" };
 const Arbor::Token eventTypes[] = { Arbor::tok_BeforeReplaceChildren,
     Arbor::tok_AfterReplaceChildren, Arbor::tok_BeforeReplaceText, Arbor::tok_AfterReplaceText,
     Arbor::tok_AfterSetAttribute, Arbor::tok_BeforeSelectionChange };
-
-class CountedFunctor final : public Arbor::Functor {
-public:
-    explicit CountedFunctor(unsigned long& deleted)
-        : deleted(deleted)
-    {
-    }
-    ~CountedFunctor() override { ++deleted; }
-    void operator()() override { }
-
-private:
-    unsigned long& deleted;
-};
 
 bool treeNode(Node* node)
 {
@@ -103,16 +89,13 @@ Interpreter::Interpreter(Source& source)
 {
     for (int i = 0; i < 3; ++i)
         observers.push_back(std::make_unique<ChaosObserver>(*this));
+    tasksAtStart = PostedTask::live;
     startEpisode();
 }
 
 Interpreter::~Interpreter() { releaseEverything(); }
 
-void Interpreter::postCounted()
-{
-    ++functorsPosted;
-    document()->postFunction(new CountedFunctor(functorsDeleted));
-}
+void Interpreter::postCounted() { document()->postFunction(new PostedTask); }
 
 void Interpreter::startEpisode()
 {
@@ -144,11 +127,15 @@ void Interpreter::releaseEverything()
     // Release the nodes and the documents in an order the choices pick.
     for (auto& document : documents)
         held.push_back(Plinth::Ref<Node>::adopt(document.release()));
-    while (!held.empty()) {
-        const unsigned long index = source.below(held.size());
-        std::swap(held[index], held.back());
-        held.pop_back();
-    }
+    while (!held.empty())
+        releaseHeld();
+}
+
+void Interpreter::releaseHeld()
+{
+    const unsigned long index = source.below(held.size());
+    std::swap(held[index], held.back());
+    held.pop_back();
 }
 
 bool Interpreter::fail(const std::string& what)
@@ -303,28 +290,19 @@ Arbor::Variant Interpreter::pickValue()
 {
     const std::u16string wide = pickText();
     const std::string narrow = "v" + std::to_string(source.below(1000));
-    switch (source.below(11)) {
-    case 0:
-        return Arbor::Variant();
-    case 1:
-        return Arbor::BoolVariant(source.chance(2));
-    case 2:
-        return Arbor::LongVariant(static_cast<long>(source.below(2000)) - 1000);
-    case 3:
-        return Arbor::FloatVariant(static_cast<float>(source.below(100)) / 8);
-    case 4:
-        return Arbor::DoubleVariant(static_cast<double>(source.below(100000)) / 7);
-    case 5:
-        return Arbor::StringVariant(source.chance(8) ? nullptr : narrow.c_str());
-    case 6:
-        return Arbor::UStringVariant(source.chance(8) ? nullptr : wide.c_str());
-    case 7:
-        return Arbor::FixedStringVariant(Plinth::FixedStringBase<char>(narrow.c_str()));
-    case 8:
-        return Arbor::FixedUStringVariant(Plinth::FixedStringBase<char16_t>(wide.c_str()));
-    default:
-        return Arbor::TokenVariant(Arbor::Token(tags[source.below(4)]));
-    }
+    const std::function<Arbor::Variant()> kinds[] = {
+        [] { return Arbor::Variant(); },
+        [&] { return Arbor::BoolVariant(source.chance(2)); },
+        [&] { return Arbor::LongVariant(static_cast<long>(source.below(2000)) - 1000); },
+        [&] { return Arbor::FloatVariant(static_cast<float>(source.below(100)) / 8); },
+        [&] { return Arbor::DoubleVariant(static_cast<double>(source.below(100000)) / 7); },
+        [&] { return Arbor::StringVariant(source.chance(8) ? nullptr : narrow.c_str()); },
+        [&] { return Arbor::UStringVariant(source.chance(8) ? nullptr : wide.c_str()); },
+        [&] { return Arbor::FixedStringVariant(Plinth::FixedStringBase<char>(narrow.c_str())); },
+        [&] { return Arbor::FixedUStringVariant(Plinth::FixedStringBase<char16_t>(wide.c_str())); },
+        [&] { return Arbor::TokenVariant(Arbor::Token(tags[source.below(4)])); },
+    };
+    return kinds[std::min(source.below(11), 9UL)]();
 }
 
 bool Interpreter::makeNode()
@@ -370,16 +348,11 @@ bool Interpreter::childOperation()
         = { "insertBefore", "appendChild", "replaceChild", "removeChild", "replaceChildren" };
     operation = names[kind];
     attempt([&] {
-        if (kind == 0)
-            parent->insertBefore(newChild, other);
-        else if (kind == 1)
-            parent->appendChild(newChild);
-        else if (kind == 2)
-            parent->replaceChild(newChild, other);
-        else if (kind == 3)
-            parent->removeChild(other);
-        else
-            parent->replaceChildren(other, counts[source.below(6)], newChild);
+        if (kind == 0) parent->insertBefore(newChild, other);
+        if (kind == 1) parent->appendChild(newChild);
+        if (kind == 2) parent->replaceChild(newChild, other);
+        if (kind == 3) parent->removeChild(other);
+        if (kind == 4) parent->replaceChildren(other, counts[source.below(6)], newChild);
     });
     return true;
 }
@@ -439,18 +412,11 @@ bool Interpreter::textOperation()
         }
     }
     const bool done = attempt([&] {
-        switch (kind) {
-        case 2:
-            return text->insertData(offset, chars(data));
-        case 3:
-            return text->appendData(chars(data));
-        case 4:
-            return text->deleteData(offset, count);
-        case 5:
-            return text->setData(chars(data));
-        default:
-            return text->replaceData(offset, count, chars(data));
-        }
+        if (kind < 2) text->replaceData(offset, count, chars(data));
+        if (kind == 2) text->insertData(offset, chars(data));
+        if (kind == 3) text->appendData(chars(data));
+        if (kind == 4) text->deleteData(offset, count);
+        if (kind == 5) text->setData(chars(data));
     });
     std::u16string expected = old;
     if (done) expected.replace(offset, std::min(count, length - offset), data ? *data : u"");
@@ -546,27 +512,23 @@ bool Interpreter::historyOperation()
 {
     Arbor::Document* d = document();
     const unsigned long choice = source.below(16);
-    if (choice < 6) {
-        operation = "undo";
-        attempt([&] { d->undo(); });
-    } else if (choice < 10) {
-        operation = "redo";
-        attempt([&] { d->redo(); });
-    } else if (choice < 13) {
+    if (choice < 10) {
+        operation = choice < 6 ? "undo" : "redo";
+        attempt([&] { choice < 6 ? d->undo() : d->redo(); });
+        return true;
+    }
+    if (choice < 13) {
         operation = "newUndoTask";
         d->newUndoTask();
-    } else if (choice < 14) {
-        operation = "maxUndoTasks";
-        const unsigned long limits[] = { 0, 1, 2, 5, 100, 100, 100, 100 };
-        const unsigned long n = limits[source.below(8)];
-        d->maxUndoTasks(n);
-        if (d->canUndo() || d->canRedo() || d->maxUndoTasks() != n)
-            return fail("maxUndoTasks kept history or another limit");
-    } else {
-        operation = "clearUndoStack";
-        d->clearUndoStack();
-        if (d->canUndo() || d->canRedo()) return fail("clearUndoStack kept history");
+        return true;
     }
+    // Both drop the whole history; a new limit is kept.
+    const unsigned long limits[] = { 0, 1, 2, 5, 100, 100, 100, 100 };
+    const unsigned long n = choice == 13 ? limits[source.below(8)] : d->maxUndoTasks();
+    operation = choice == 13 ? "maxUndoTasks" : "clearUndoStack";
+    choice == 13 ? d->maxUndoTasks(n) : d->clearUndoStack();
+    if (d->canUndo() || d->canRedo() || d->maxUndoTasks() != n)
+        return fail(operation + " kept history or another limit");
     return true;
 }
 
@@ -614,24 +576,14 @@ bool Interpreter::rangeSetter(Arbor::Range* range)
     operation = names[kind];
     const unsigned long offset = kind < 2 && node ? source.below(node->items() + 2) : 0;
     const bool done = attempt([&] {
-        switch (kind) {
-        case 0:
-            return range->setStart(node, offset);
-        case 1:
-            return range->setEnd(node, offset);
-        case 2:
-            return range->setStartBefore(node);
-        case 3:
-            return range->setEndBefore(node);
-        case 4:
-            return range->setStartAfter(node);
-        case 5:
-            return range->setEndAfter(node);
-        case 6:
-            return range->selectNode(node);
-        default:
-            return range->selectNodeContents(node);
-        }
+        if (kind == 0) range->setStart(node, offset);
+        if (kind == 1) range->setEnd(node, offset);
+        if (kind == 2) range->setStartBefore(node);
+        if (kind == 3) range->setEndBefore(node);
+        if (kind == 4) range->setStartAfter(node);
+        if (kind == 5) range->setEndAfter(node);
+        if (kind == 6) range->selectNode(node);
+        if (kind == 7) range->selectNodeContents(node);
     });
     if (!done) return points(range) == before ? true : fail("a refused setter moved the range");
     if (range->isSuspended()) return true;
@@ -668,11 +620,8 @@ bool Interpreter::rangeOperation()
     Arbor::Range* range = ranges[index].get();
     const bool detached = range->isDetached();
     const unsigned long choice = source.below(10);
+    if (choice < 3) return rangeSetter(range);
     switch (choice) {
-    case 0:
-    case 1:
-    case 2:
-        return rangeSetter(range);
     case 3:
     case 7:
         // Both are refused exactly when the range is detached.
@@ -752,10 +701,7 @@ bool Interpreter::queryOrTearDown()
 bool Interpreter::releaseNode()
 {
     operation = "release node";
-    if (held.empty()) return true;
-    const unsigned long index = source.below(held.size());
-    std::swap(held[index], held.back());
-    held.pop_back();
+    if (!held.empty()) releaseHeld();
     return true;
 }
 
@@ -916,7 +862,7 @@ bool Interpreter::checkAll()
     const std::string problems = linkProblems({}, &holders, &reached);
     if (!problems.empty()) return fail(problems);
     if (!checkRanges()) return false;
-    if (functorsPosted != functorsDeleted + document()->postedFunctions.size())
+    if (PostedTask::live - tasksAtStart != static_cast<long>(document()->postedFunctions.size()))
         return fail("posted functions were lost or deleted twice");
     for (auto& observer : observers) {
         if (observer->registrations < 0)

@@ -109,8 +109,7 @@ public:
     Source& source;
     Arbor::Document* document() const { return documents[0].get(); }
     std::vector<std::unique_ptr<ChaosObserver>> observers;
-    unsigned long functorsPosted = 0;
-    unsigned long functorsDeleted = 0;
+    /// Posts a function that counts itself among the live PostedTasks.
     void postCounted();
 
 private:
@@ -139,12 +138,15 @@ private:
     bool tornDown = false;
     EventLog log;
     long liveAtStart = 0;
+    int tasksAtStart = 0;
     std::string failureText;
     std::string operation;
     Stats counters;
 
     void startEpisode();
     void releaseEverything();
+    /// Drops one of the held references, chosen by the source.
+    void releaseHeld();
     bool fail(const std::string& what);
     std::string xml() const;
     void touch(Arbor::Node* node);

@@ -16,31 +16,25 @@ namespace {
 using Arbor::Node;
 using Arbor::Range;
 
-// A range of `doc` from (sc, so) to (ec, eo) with one reference for the caller.
-Range* heldRange(
-    TestDocument* doc, bool selected, Node* sc, unsigned long so, Node* ec, unsigned long eo)
+enum Item { Doc, Root, Selected, OnText, OnElement };
+const char* const itemNames[] = { "document", "root", "selected", "onText", "onElement" };
+
+Node* held(Node* node)
 {
-    Range* range = newRange(doc, selected, sc, so, ec, eo);
-    range->ref();
-    return range;
+    node->ref();
+    return node;
 }
 
-// What the test holds: one reference on the document, the root element and three ranges.
+// What the test holds, one reference each: the document, its root element and three ranges, in
+// <root><a>hello</a><b><c/></b>tail</root>, with <gone>bye<x/></gone> appended and removed (kept
+// by the undo history) and an unheld range either in the text or on the document node.
 struct Scene {
-    TestDocument* doc = nullptr;
-    TestElement* root = nullptr;
-    Range* selected = nullptr;
-    Range* onText = nullptr;
-    Range* onElement = nullptr;
+    std::vector<Node*> items;
 
-    // <root><a>hello</a><b><c/></b>tail</root>, with <gone>bye<x/></gone> appended and removed
-    // (kept by the undo history) and an unheld range either in the text or on the document node.
     explicit Scene(bool unheldOnDocument)
     {
-        doc = new TestDocument;
-        doc->ref();
-        root = appendElement(doc, "root");
-        root->ref();
+        auto* doc = static_cast<TestDocument*>(held(new TestDocument));
+        TestElement* root = appendElement(doc, "root");
         TestText* hello = appendText(appendElement(root, "a"), u"hello");
         TestElement* b = appendElement(root, "b");
         appendElement(b, "c");
@@ -49,31 +43,28 @@ struct Scene {
         appendText(gone, u"bye");
         appendElement(gone, "x");
         root->removeChild(gone);
-
-        selected = heldRange(doc, true, hello, 1, tail, 2);
-        onText = heldRange(doc, false, hello, 1, hello, 4);
-        onElement = heldRange(doc, false, b, 0, b, 1);
+        items = { doc, held(root), held(newRange(doc, true, hello, 1, tail, 2)),
+            held(newRange(doc, false, hello, 1, hello, 4)),
+            held(newRange(doc, false, b, 0, b, 1)) };
         if (unheldOnDocument)
             doc->createRange(false); // stays at (document, 0)
         else
             newRange(doc, false, tail, 0, tail, 3);
     }
+    TestDocument* doc() const { return static_cast<TestDocument*>(items[Doc]); }
 };
-
-enum Item { Doc, Root, Selected, OnText, OnElement };
-const char* const itemNames[] = { "document", "root", "selected", "onText", "onElement" };
 
 // The held ranges still alive must be detached and outside every list.
 void expectRangesDetached(const Scene& scene, const std::vector<bool>& released)
 {
-    const Range* ranges[] = { scene.selected, scene.onText, scene.onElement };
-    for (int i = 0; i < 3; ++i) {
-        if (released[Selected + i]) continue;
-        EXPECT_TRUE(ranges[i]->isDetached()) << itemNames[Selected + i];
-        EXPECT_FALSE(ranges[i]->isSelected()) << itemNames[Selected + i];
-        EXPECT_EQ(ranges[i]->parentNode(), nullptr) << itemNames[Selected + i];
-        EXPECT_EQ(ranges[i]->startContainer, nullptr) << itemNames[Selected + i];
-        EXPECT_EQ(ranges[i]->endContainer, nullptr) << itemNames[Selected + i];
+    for (int i = Selected; i <= OnElement; ++i) {
+        if (released[i]) continue;
+        const auto* range = static_cast<const Range*>(scene.items[i]);
+        EXPECT_TRUE(range->isDetached()) << itemNames[i];
+        EXPECT_FALSE(range->isSelected()) << itemNames[i];
+        EXPECT_EQ(range->parentNode(), nullptr) << itemNames[i];
+        EXPECT_EQ(range->startContainer, nullptr) << itemNames[i];
+        EXPECT_EQ(range->endContainer, nullptr) << itemNames[i];
     }
 }
 
@@ -81,12 +72,12 @@ void runOrder(const std::vector<Item>& order, bool batch, bool tearDownFirst, bo
 {
     const long baseline = liveHostObjects();
     Scene scene(unheldOnDocument);
-    if (batch) scene.doc->beginBatchChanges();
+    if (batch) scene.doc()->beginBatchChanges();
     // Parked ranges (batch) or a range on the document node hold the document while its range
     // list holds them: then only tearDown() ends it.
     const bool keepsItselfAlive = !tearDownFirst && (batch || unheldOnDocument);
     if (tearDownFirst) {
-        scene.doc->tearDown();
+        scene.doc()->tearDown();
         expectRangesDetached(scene, std::vector<bool>(5, false));
     }
     const long aliveBeforeReleases = liveHostObjects();
@@ -95,30 +86,14 @@ void runOrder(const std::vector<Item>& order, bool batch, bool tearDownFirst, bo
     bool documentGone = false;
     for (Item item : order) {
         released[item] = true;
-        switch (item) {
-        case Doc:
-            scene.doc->unref();
-            documentGone = !keepsItselfAlive;
-            break;
-        case Root:
-            scene.root->unref();
-            break;
-        case Selected:
-            scene.selected->unref();
-            break;
-        case OnText:
-            scene.onText->unref();
-            break;
-        case OnElement:
-            scene.onElement->unref();
-            break;
-        }
+        scene.items[item]->unref();
+        documentGone = documentGone || (item == Doc && !keepsItselfAlive);
         if (documentGone) {
             expectRangesDetached(scene, released);
             if (!released[Root]) {
-                EXPECT_EQ(scene.root->parentNode(), nullptr);
-                EXPECT_LINKS_SOUND({ scene.root });
-                EXPECT_EQ(scene.root->items(), 3u);
+                EXPECT_EQ(scene.items[Root]->parentNode(), nullptr);
+                EXPECT_LINKS_SOUND({ scene.items[Root] });
+                EXPECT_EQ(scene.items[Root]->items(), 3u);
             }
         }
     }
@@ -126,17 +101,9 @@ void runOrder(const std::vector<Item>& order, bool batch, bool tearDownFirst, bo
     if (keepsItselfAlive) {
         EXPECT_EQ(liveHostObjects(), aliveBeforeReleases) << "the document should still be alive";
         // Nobody holds the document any more; tearDown() must release it and everything else.
-        scene.doc->tearDown();
+        scene.doc()->tearDown();
     }
     EXPECT_EQ(liveHostObjects(), baseline) << "host objects leaked";
-}
-
-std::string describe(const std::vector<Item>& order)
-{
-    std::string text;
-    for (Item item : order)
-        text += std::string(text.empty() ? "" : ",") + itemNames[item];
-    return text;
 }
 
 } // namespace
@@ -144,14 +111,15 @@ std::string describe(const std::vector<Item>& order)
 TEST(ReleaseOrderTest, EveryPermutationWithAndWithoutTearDownAndBatch)
 {
     for (int variant = 0; variant < 8; ++variant) {
-        const bool batch = variant & 1;
-        const bool tearDownFirst = variant & 2;
-        const bool unheldOnDocument = variant & 4;
+        const bool batch = variant & 1, tearDownFirst = variant & 2, unheldOnDocument = variant & 4;
         std::vector<Item> order = { Doc, Root, Selected, OnText, OnElement };
         int runs = 0;
         do {
+            std::string names;
+            for (Item item : order)
+                names += std::string(",") + itemNames[item];
             SCOPED_TRACE(std::string(batch ? "batch " : "") + (tearDownFirst ? "tearDown " : "")
-                + (unheldOnDocument ? "unheld-on-document " : "") + describe(order));
+                + (unheldOnDocument ? "unheld-on-document " : "") + names);
             runOrder(order, batch, tearDownFirst, unheldOnDocument);
             ++runs;
             if (HasFailure()) return;
@@ -200,9 +168,7 @@ TEST(ReleaseOrderTest, NodesOutliveTheirDocument)
             // The first surviving sibling loses its dangling `previous` and keeps <g/> after it.
             EXPECT_EQ(text->parentNode(), nullptr);
             EXPECT_EQ(text->previousSibling(), element ? element.get() : nullptr);
-            EXPECT_EQ(label(text.get()), "'mid'");
-            ASSERT_NE(text->nextSibling(), nullptr);
-            EXPECT_EQ(nameOf(text->nextSibling()), "g");
+            EXPECT_EQ(siblings(text.get()), "'mid' g");
             EXPECT_LINKS_SOUND({ text.get() });
         }
         if (c.textFirst) text.reset();
@@ -221,7 +187,7 @@ TEST(ReleaseOrderTest, DocumentDestroyedWhileABatchIsOpen)
     TestElement* a = appendElement(root, "a");
     appendText(root, u"text");
     root->removeChild(a);
-    Range* range = heldRange(doc, false, root, 0, root, 1);
+    auto* range = static_cast<Range*>(held(newRange(doc, false, root, 0, root, 1)));
     range->detach(); // a detached range does not park on the document
     doc->beginBatchChanges();
     doc->beginBatchChanges();

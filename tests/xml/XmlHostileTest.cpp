@@ -12,13 +12,10 @@ namespace {
 
 std::string nested(unsigned long depth)
 {
-    std::string out;
+    std::string open, close;
     for (unsigned long i = 0; i < depth; ++i)
-        out += "<n>";
-    out += "x";
-    for (unsigned long i = 0; i < depth; ++i)
-        out += "</n>";
-    return out;
+        open += "<n>", close += "</n>";
+    return open + "x" + close;
 }
 
 // The message of the `XmlParseError` that loading `data` throws (empty when it loads), checking

@@ -12,6 +12,7 @@
 #include <sstream>
 #include <string>
 #include <system_error>
+#include <tuple>
 
 namespace {
 
@@ -26,14 +27,8 @@ std::string contents(const char* name)
 std::string quoted(const std::string& text)
 {
     std::string out = "\"";
-    for (char c : text) {
-        if (c == '\n')
-            out += "\\n";
-        else if (c == '\t')
-            out += "\\t";
-        else
-            out += c;
-    }
+    for (char c : text)
+        out += c == '\n' ? "\\n" : c == '\t' ? "\\t" : std::string(1, c);
     return out + "\"";
 }
 
@@ -58,17 +53,7 @@ std::string shape(Arbor::Node* node)
     return out + "}";
 }
 
-std::string shapeOf(Arbor::Document* document) { return shape(document->documentElement()); }
-
-const char* const wellFormed[] = {
-    "attributes.xml",
-    "entities.xml",
-    "cdata.xml",
-    "skipped.xml",
-    "unicode.xml",
-    "latin1.xml",
-    "nested.xml",
-};
+std::string shapeOf(Arbor::BasicDocument* document) { return shape(document->documentElement()); }
 
 // Runs `load` twice and returns the blocks the second run left allocated: the first run interns
 // the names it meets, which stay for the life of the process.
@@ -114,6 +99,11 @@ TEST(XmlLoaderTest, BuildsTheTreeOfEachFixture)
         Plinth::Ref<Arbor::BasicDocument> document = Arbor::loadXmlFile(fixture(c.file));
         EXPECT_EQ(shapeOf(document.get()), c.shape);
         EXPECT_EQ(document->items(), 1u);
+        // What is written loads back as the same tree.
+        const std::string written = xml(document.get());
+        Plinth::Ref<Arbor::BasicDocument> second = Arbor::loadXml(written.data(), written.size());
+        EXPECT_EQ(xml(second.get()), written);
+        EXPECT_EQ(shapeOf(second.get()), c.shape);
     }
 }
 
@@ -128,18 +118,6 @@ TEST(XmlLoaderTest, TextSpanningManyReadsIsOneNode)
     Arbor::Node* big = document->documentElement();
     ASSERT_EQ(big->items(), 1u);
     EXPECT_EQ(big->firstChild()->items(), 20000u * 4);
-}
-
-TEST(XmlLoaderTest, WrittenOutputLoadsBackAsTheSameTree)
-{
-    for (const char* file : wellFormed) {
-        SCOPED_TRACE(file);
-        Plinth::Ref<Arbor::BasicDocument> first = Arbor::loadXmlFile(fixture(file));
-        const std::string written = xml(first.get());
-        Plinth::Ref<Arbor::BasicDocument> second = Arbor::loadXml(written.data(), written.size());
-        EXPECT_EQ(xml(second.get()), written);
-        EXPECT_EQ(shapeOf(second.get()), shapeOf(first.get()));
-    }
 }
 
 TEST(XmlLoaderTest, MalformedInputReportsWhereAndLeavesNothing)
@@ -164,9 +142,8 @@ TEST(XmlLoaderTest, MalformedInputReportsWhereAndLeavesNothing)
             Arbor::loadXml(data.data(), data.size());
             ADD_FAILURE() << "loaded malformed input";
         } catch (const Arbor::XmlParseError& e) {
-            EXPECT_EQ(e.line, c.line);
-            EXPECT_EQ(e.column, c.column);
-            EXPECT_STREQ(e.message(), c.message);
+            EXPECT_EQ(std::make_tuple(e.line, e.column, std::string(e.message())),
+                std::make_tuple(c.line, c.column, std::string(c.message)));
             EXPECT_EQ(std::string(e.what()),
                 "line " + std::to_string(c.line) + ", column " + std::to_string(c.column) + ": "
                     + c.message);
