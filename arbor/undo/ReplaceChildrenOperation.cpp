@@ -63,7 +63,7 @@ Arbor::ReplaceChildrenOperation::ReplaceChildrenOperation(
     , first(first)
     , count(first ? clampRun(first, count) : 0)
     , replacement(replacement)
-    , replacementLength(Node::countFollowing(replacement))
+    , replacementLength(0)
 {
     if (parent) parent->ref();
     if (replacement) replacement->ref();
@@ -96,13 +96,16 @@ void Arbor::ReplaceChildrenOperation::checkPlacement()
 void Arbor::ReplaceChildrenOperation::execute()
 {
     // A replay may find `first` gone, so it is looked up before it is read (a walk over the
-    // children); the first execution follows the caller's own checks of the same request.
-    if (executed) checkPlacement();
+    // children); the first execution follows the caller's own checks of the same request, and
+    // starts the document's death log if needed (running out of memory there leaves everything
+    // as it was).
+    if (executed)
+        checkPlacement();
+    else
+        InsertionAnchors::anchor(document);
 
     // The next `first` is not counted: the stamp taken now lets a later replay tell it from a new
-    // node at the same address. The first execution starts the document's death log if needed
-    // (running out of memory there leaves everything as it was).
-    if (!executed) InsertionAnchors::anchor(document);
+    // node at the same address.
     const unsigned long long nextStamp = InsertionAnchors::stamp(document);
     Node* nextFirst = replacement ? replacement : nodeAfterRun(first, count);
 

@@ -47,7 +47,8 @@ public:
     void undo() override;
 
 private:
-    /// Number of nodes in the chain headed by `replacement` when it was stored.
+    /// Number of nodes in the chain headed by `replacement` when the last execution stored it
+    /// (only replays read it).
     unsigned long replacementLength;
     /// False until the first execution has run; replays check their nodes first.
     bool executed = false;

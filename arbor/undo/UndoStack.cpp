@@ -19,7 +19,7 @@ Arbor::UndoStack::~UndoStack()
 
 Arbor::OperationPool* Arbor::UndoStack::operationPool()
 {
-    if (!pool) pool = new OperationPool;
+    if (!pool) pool = OperationPool::make();
     return pool;
 }
 

@@ -70,7 +70,8 @@ public:
     /// The next recorded operation opens a new task.
     void newTask() { newTaskPending = true; }
 
-    /// Internal: the memory the operations recorded here are made from (made on first use).
+    /// Internal: the memory the operations recorded here are made from (made on first use; null
+    /// when pooling is off).
     ARBOR_INTERNAL OperationPool* operationPool();
 
 private:
