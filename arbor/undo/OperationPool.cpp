@@ -3,17 +3,25 @@
 #include "arbor/foundation/internal/Pooling.h"
 #include "arbor/undo/AttributeOperation.h"
 #include "arbor/undo/ReplaceChildrenOperation.h"
+#include "arbor/undo/ReplaceDataOperation.h"
 #include "arbor/undo/ReplaceTextOperation.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <mutex>
 #include <new>
 
 // The library's own operations all fit a slot.
-static_assert(sizeof(Arbor::ReplaceChildrenOperation) <= Arbor::OperationPool::slotPayload);
-static_assert(sizeof(Arbor::ReplaceTextOperation) <= Arbor::OperationPool::slotPayload);
-static_assert(sizeof(Arbor::SetAttributeOperation) <= Arbor::OperationPool::slotPayload);
-static_assert(sizeof(Arbor::RemoveAttributeOperation) <= Arbor::OperationPool::slotPayload);
+template <class T> constexpr bool fitsSlot()
+{
+    return (sizeof(T) % alignof(std::max_align_t) == 0 ? alignof(std::max_align_t) : 8) + sizeof(T)
+        <= Arbor::OperationPool::slotSize;
+}
+static_assert(fitsSlot<Arbor::ReplaceChildrenOperation>());
+static_assert(fitsSlot<Arbor::ReplaceTextOperation>());
+static_assert(fitsSlot<Arbor::SetAttributeOperation>());
+static_assert(fitsSlot<Arbor::RemoveAttributeOperation>());
+static_assert(fitsSlot<Arbor::ReplaceDataOperation>());
 static_assert(Arbor::OperationPool::slotSize % alignof(std::max_align_t) == 0);
 
 namespace {
@@ -84,21 +92,25 @@ Arbor::OperationPool::~OperationPool()
     }
 }
 
+// Heap memory has the same word in front of the object, which starts 16 bytes in.
 void* Arbor::OperationPool::fromHeap(std::size_t size)
 {
-    void* slot = ::operator new(headerSize + size);
-    *static_cast<OperationPool**>(slot) = nullptr;
-    return static_cast<unsigned char*>(slot) + headerSize;
+    void* object = static_cast<unsigned char*>(::operator new(alignment + size)) + alignment;
+    owner(object) = nullptr;
+    return object;
 }
 
 void Arbor::OperationPool::release(void* object) noexcept
 {
     if (!object) return;
-    void* slot = static_cast<unsigned char*>(object) - headerSize;
-    if (OperationPool* pool = *static_cast<OperationPool**>(slot))
-        pool->give(slot);
-    else
-        ::operator delete(slot);
+    OperationPool* pool = owner(object);
+    if (!pool) {
+        ::operator delete(static_cast<unsigned char*>(object) - alignment);
+        return;
+    }
+    // The slot is the 16-byte boundary at or before the owner word.
+    const auto word = reinterpret_cast<std::uintptr_t>(&owner(object));
+    pool->give(reinterpret_cast<void*>(word & ~std::uintptr_t(alignment - 1)));
 }
 
 void Arbor::OperationPool::give(void* memory) noexcept

@@ -19,18 +19,16 @@ namespace Arbor {
 /// made again and again (a document rebuilt and dropped) does not make the system hand out and
 /// take back its memory each time.
 ///
-/// Every slot, and every operation allocated outside a pool, starts with a header that names its
-/// pool (null: the global heap), so `release` finds where memory goes back from the address
-/// alone. Sanitizer and Valgrind runs make no pool (`make` answers null) and allocate every
-/// operation from the global heap, so a use after free stays visible to them.
+/// The word in front of every object names its pool (null: the global heap), so `release` finds
+/// where memory goes back from the address alone. Slots start on 16-byte boundaries and objects
+/// start 8 bytes into their slot, behind that word, unless their size is a multiple of 16: only
+/// such classes can need 16-byte alignment, and they start 16 bytes in. Sanitizer and Valgrind
+/// runs make no pool (`make` answers null) and allocate every operation from the global heap, so
+/// a use after free stays visible to them.
 class OperationPool {
 public:
-    /// Size of the header in front of every object; keeps the object aligned as `new` would.
-    static constexpr std::size_t headerSize = alignof(std::max_align_t);
-    /// Largest object served from slots; larger ones go to the global heap.
-    static constexpr std::size_t slotPayload = 80;
-    /// Size of a slot, header included.
-    static constexpr std::size_t slotSize = headerSize + slotPayload;
+    /// Size of a slot.
+    static constexpr std::size_t slotSize = 80;
 
     /// A new empty pool, or null when pooling is off in this process (sanitizers, Valgrind).
     static OperationPool* make();
@@ -43,10 +41,11 @@ public:
     /// is null or the object does not fit a slot. Throws `std::bad_alloc`.
     static void* allocate(OperationPool* pool, std::size_t size)
     {
-        if (!pool || size > slotPayload) return fromHeap(size);
-        void* slot = pool->take();
-        *static_cast<OperationPool**>(slot) = pool;
-        return static_cast<unsigned char*>(slot) + headerSize;
+        const std::size_t offset = size % alignment == 0 ? alignment : sizeof(OperationPool*);
+        if (!pool || offset + size > slotSize) return fromHeap(size);
+        void* object = static_cast<unsigned char*>(pool->take()) + offset;
+        owner(object) = pool;
+        return object;
     }
     /// Gives back memory that `allocate` handed out.
     static void release(void* object) noexcept;
@@ -55,6 +54,8 @@ public:
     struct Block;
 
 private:
+    static constexpr std::size_t alignment = alignof(std::max_align_t);
+
     struct Slot {
         Slot* nextFree;
     };
@@ -85,6 +86,7 @@ private:
     void give(void* slot) noexcept;
     void* cutFromNewBlock();
     static void* fromHeap(std::size_t size);
+    static OperationPool*& owner(void* object) { return static_cast<OperationPool**>(object)[-1]; }
 };
 
 } // namespace Arbor
