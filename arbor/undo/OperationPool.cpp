@@ -26,10 +26,19 @@ static_assert(Arbor::OperationPool::slotSize % alignof(std::max_align_t) == 0);
 
 namespace {
 
-// Blocks grow from a few slots for a short history to this many for a long one, so the cost of
-// getting a block is spread over many operations.
+// Blocks grow from a few slots for a short history, doubling, to this many for a long one, so
+// the cost of getting a block is spread over many operations.
 constexpr std::size_t firstBlockSlots = 16;
-constexpr std::size_t maxBlockSlots = 512;
+constexpr std::size_t blockSizes = 6;
+constexpr std::size_t maxBlockSlots = firstBlockSlots << (blockSizes - 1);
+
+std::size_t sizeIndex(std::size_t slotCount)
+{
+    std::size_t index = 0;
+    while ((firstBlockSlots << index) < slotCount)
+        ++index;
+    return index;
+}
 
 } // namespace
 
@@ -44,10 +53,10 @@ namespace {
 
 using Block = Arbor::OperationPool::Block;
 
-// Blocks of the largest size that no pool uses, shared by the pools of every thread.
+// Blocks that no pool uses, by size, shared by the pools of every thread.
 struct SpareBlocks {
     std::mutex lock;
-    Block* first = nullptr;
+    Block* first[blockSizes] = {};
 };
 
 SpareBlocks& spareBlocks()
@@ -56,25 +65,23 @@ SpareBlocks& spareBlocks()
     return *spare;
 }
 
-Block* takeSpare()
+Block* takeSpare(std::size_t slotCount)
 {
     SpareBlocks& spare = spareBlocks();
     const std::lock_guard<std::mutex> hold(spare.lock);
-    Block* block = spare.first;
-    if (block) spare.first = block->next;
+    Block*& first = spare.first[sizeIndex(slotCount)];
+    Block* block = first;
+    if (block) first = block->next;
     return block;
 }
 
 void letGo(Block* block) noexcept
 {
-    if (block->slotCount != maxBlockSlots) {
-        ::operator delete(block);
-        return;
-    }
     SpareBlocks& spare = spareBlocks();
     const std::lock_guard<std::mutex> hold(spare.lock);
-    block->next = spare.first;
-    spare.first = block;
+    Block*& first = spare.first[sizeIndex(block->slotCount)];
+    block->next = first;
+    first = block;
 }
 
 } // namespace
@@ -133,7 +140,7 @@ void* Arbor::OperationPool::cutFromNewBlock()
     static_assert(sizeof(Block) % alignof(std::max_align_t) == 0, "slots stay aligned");
     const std::size_t count
         = blocks ? std::min(blocks->slotCount * 2, maxBlockSlots) : firstBlockSlots;
-    Block* block = count == maxBlockSlots ? takeSpare() : nullptr;
+    Block* block = takeSpare(count);
     if (!block) {
         block = static_cast<Block*>(::operator new(sizeof(Block) + count * slotSize));
         block->slotCount = count;

@@ -13,11 +13,12 @@ namespace Arbor {
 /// when the last live slot is freed (the history was cleared or trimmed to nothing), every block
 /// but the newest is let go and the newest is cut again from its start.
 ///
-/// Blocks grow from a few slots for a short history to a largest size for a long one. Blocks of
-/// the largest size that a pool lets go wait in a list shared by all pools, for the next history
-/// that grows as long, and stay with the process like the node pools' chunks: a long history
-/// made again and again (a document rebuilt and dropped) does not make the system hand out and
-/// take back its memory each time.
+/// Blocks grow from a few slots for a short history to a largest size for a long one. Blocks that
+/// a pool lets go wait, by size, in lists shared by all pools for the next history that grows as
+/// long, and stay with the process like the node pools' chunks: a history made again and again
+/// (a document rebuilt and dropped) takes no memory from the system in the steady state, so it
+/// makes the allocator neither map pages afresh nor merge its small free chunks for a large
+/// request.
 ///
 /// The word in front of every object names its pool (null: the global heap), so `release` finds
 /// where memory goes back from the address alone. Slots start on 16-byte boundaries and objects
