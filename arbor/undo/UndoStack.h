@@ -72,7 +72,7 @@ public:
 
     /// Internal: the memory the operations recorded here are made from (made on first use; null
     /// when pooling is off).
-    ARBOR_INTERNAL OperationPool* operationPool();
+    OperationPool* operationPool() { return pool ? pool : makePool(); }
 
 private:
     /// Depth of running `undo()`/`redo()` calls.
@@ -86,6 +86,7 @@ private:
     /// Memory of the operations; outlives every operation the stack deletes.
     OperationPool* pool = nullptr;
 
+    ARBOR_INTERNAL OperationPool* makePool();
     void record(Plinth::Operation* op);
     void discardUndone();
     void dropOldestTask();
