@@ -45,14 +45,29 @@ void Arbor::Document::removeObserver(IDocObserver* observer, Token token)
     }
 }
 
+namespace {
+
+bool hears(const Arbor::ObserverEntry& entry, Arbor::Token type)
+{
+    return entry.observer && (entry.token.isNull() || entry.token == type);
+}
+
+} // namespace
+
 void Arbor::Document::fireEvent(DomEvent& event)
 {
     if (batchDepth != 0) return;
+    // Many events reach no observer at all (the range list hears two types): nothing needs the
+    // document kept alive until an observer is called.
+    auto entry = observers.begin();
+    while (entry != observers.end() && !hears(*entry, event.type))
+        ++entry;
+    if (entry == observers.end()) return;
     DocumentPin pin(this);
     // The next entry is read only after `onEvent` returns: observers may add and remove
     // registrations (entries are never unlinked, so the iterator stays valid).
-    for (auto entry = observers.begin(); entry != observers.end(); ++entry) {
-        if (!entry->observer || (!entry->token.isNull() && entry->token != event.type)) continue;
+    for (; entry != observers.end(); ++entry) {
+        if (!hears(*entry, event.type)) continue;
         if (event.canceled()) return;
         entry->observer->onEvent(event);
     }

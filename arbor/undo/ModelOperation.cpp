@@ -3,11 +3,6 @@
 #include "arbor/document/Document.h"
 #include "arbor/undo/internal/OperationPool.h"
 
-Arbor::ModelOperation::ModelOperation(Document* document)
-    : document(document)
-{
-}
-
 Arbor::ModelOperation::~ModelOperation() = default;
 
 void* Arbor::ModelOperation::operator new(std::size_t size, Document* document)

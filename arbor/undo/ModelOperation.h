@@ -42,7 +42,10 @@ public:
 
 protected:
     /// An operation whose events go to `document`.
-    explicit ModelOperation(Document* document);
+    explicit ModelOperation(Document* document)
+        : document(document)
+    {
+    }
 };
 
 } // namespace Arbor

@@ -3,29 +3,42 @@
 #include "arbor/foundation/internal/Pooling.h"
 #include "arbor/undo/AttributeOperation.h"
 #include "arbor/undo/ReplaceChildrenOperation.h"
+#include "arbor/undo/ReplaceDataOperation.h"
 #include "arbor/undo/ReplaceTextOperation.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <mutex>
 #include <new>
 
 // The library's own operations all fit a slot.
-static_assert(sizeof(Arbor::ReplaceChildrenOperation) <= Arbor::OperationPool::slotPayload);
-static_assert(sizeof(Arbor::ReplaceTextOperation) <= Arbor::OperationPool::slotPayload);
-static_assert(sizeof(Arbor::SetAttributeOperation) <= Arbor::OperationPool::slotPayload);
-static_assert(sizeof(Arbor::RemoveAttributeOperation) <= Arbor::OperationPool::slotPayload);
+template <class T> constexpr bool fitsSlot()
+{
+    return (sizeof(T) % alignof(std::max_align_t) == 0 ? alignof(std::max_align_t) : 8) + sizeof(T)
+        <= Arbor::OperationPool::slotSize;
+}
+static_assert(fitsSlot<Arbor::ReplaceChildrenOperation>());
+static_assert(fitsSlot<Arbor::ReplaceTextOperation>());
+static_assert(fitsSlot<Arbor::SetAttributeOperation>());
+static_assert(fitsSlot<Arbor::RemoveAttributeOperation>());
+static_assert(fitsSlot<Arbor::ReplaceDataOperation>());
+static_assert(Arbor::OperationPool::slotSize % alignof(std::max_align_t) == 0);
 
 namespace {
 
-constexpr std::size_t slotSize
-    = Arbor::OperationPool::headerSize + Arbor::OperationPool::slotPayload;
-// Blocks grow from a few slots for a short history to this many for a long one, so the cost of
-// allocating a block (a large request may make the allocator merge its free chunks first) is
-// spread over many operations.
+// Blocks grow from a few slots for a short history, doubling, to this many for a long one, so
+// the cost of getting a block is spread over many operations.
 constexpr std::size_t firstBlockSlots = 16;
-constexpr std::size_t maxBlockSlots = 512;
+constexpr std::size_t blockSizes = 6;
+constexpr std::size_t maxBlockSlots = firstBlockSlots << (blockSizes - 1);
 
-// The header in front of an object: the pool it came from, or null for the global heap.
-Arbor::OperationPool*& owner(void* slot) { return *static_cast<Arbor::OperationPool**>(slot); }
+std::size_t sizeIndex(std::size_t slotCount)
+{
+    std::size_t index = 0;
+    while ((firstBlockSlots << index) < slotCount)
+        ++index;
+    return index;
+}
 
 } // namespace
 
@@ -36,46 +49,75 @@ struct Arbor::OperationPool::Block {
     unsigned char* slots() { return reinterpret_cast<unsigned char*>(this) + sizeof(Block); }
 };
 
-bool Arbor::OperationPool::enabled() { return Plinth::poolingEnabled(); }
+namespace {
+
+using Block = Arbor::OperationPool::Block;
+
+// Blocks that no pool uses, by size, shared by the pools of every thread.
+struct SpareBlocks {
+    std::mutex lock;
+    Block* first[blockSizes] = {};
+};
+
+SpareBlocks& spareBlocks()
+{
+    static SpareBlocks* spare = new SpareBlocks; // never destroyed: pools may outlive statics
+    return *spare;
+}
+
+Block* takeSpare(std::size_t slotCount)
+{
+    SpareBlocks& spare = spareBlocks();
+    const std::lock_guard<std::mutex> hold(spare.lock);
+    Block*& first = spare.first[sizeIndex(slotCount)];
+    Block* block = first;
+    if (block) first = block->next;
+    return block;
+}
+
+void letGo(Block* block) noexcept
+{
+    SpareBlocks& spare = spareBlocks();
+    const std::lock_guard<std::mutex> hold(spare.lock);
+    Block*& first = spare.first[sizeIndex(block->slotCount)];
+    block->next = first;
+    first = block;
+}
+
+} // namespace
+
+Arbor::OperationPool* Arbor::OperationPool::make()
+{
+    return Plinth::poolingEnabled() ? new OperationPool : nullptr;
+}
 
 Arbor::OperationPool::~OperationPool()
 {
     while (Block* block = blocks) {
         blocks = block->next;
-        ::operator delete(block);
+        letGo(block);
     }
 }
 
-void* Arbor::OperationPool::allocate(OperationPool* pool, std::size_t size)
+// Heap memory has the same word in front of the object, which starts 16 bytes in.
+void* Arbor::OperationPool::fromHeap(std::size_t size)
 {
-    void* slot;
-    if (pool && size <= slotPayload && enabled()) {
-        slot = pool->take();
-    } else {
-        pool = nullptr;
-        slot = ::operator new(headerSize + size);
-    }
-    owner(slot) = pool;
-    return static_cast<unsigned char*>(slot) + headerSize;
+    void* object = static_cast<unsigned char*>(::operator new(alignment + size)) + alignment;
+    owner(object) = nullptr;
+    return object;
 }
 
 void Arbor::OperationPool::release(void* object) noexcept
 {
     if (!object) return;
-    void* slot = static_cast<unsigned char*>(object) - headerSize;
-    if (OperationPool* pool = owner(slot))
-        pool->give(slot);
-    else
-        ::operator delete(slot);
-}
-
-void* Arbor::OperationPool::take()
-{
-    if (!freeSlots) addBlock();
-    Slot* slot = freeSlots;
-    freeSlots = slot->nextFree;
-    ++liveSlots;
-    return slot;
+    OperationPool* pool = owner(object);
+    if (!pool) {
+        ::operator delete(static_cast<unsigned char*>(object) - alignment);
+        return;
+    }
+    // The slot is the 16-byte boundary at or before the owner word.
+    const auto word = reinterpret_cast<std::uintptr_t>(&owner(object));
+    pool->give(reinterpret_cast<void*>(word & ~std::uintptr_t(alignment - 1)));
 }
 
 void Arbor::OperationPool::give(void* memory) noexcept
@@ -83,31 +125,29 @@ void Arbor::OperationPool::give(void* memory) noexcept
     auto* slot = static_cast<Slot*>(memory);
     slot->nextFree = freeSlots;
     freeSlots = slot;
-    if (--liveSlots != 0 || !blocks->next) return;
+    if (--liveSlots != 0) return;
     // Nothing lives in the pool any more: keep the newest block for the next operations.
     while (Block* old = blocks->next) {
         blocks->next = old->next;
-        ::operator delete(old);
+        letGo(old);
     }
     freeSlots = nullptr;
-    thread(blocks);
+    uncut = blocks->slots();
 }
 
-void Arbor::OperationPool::addBlock()
+void* Arbor::OperationPool::cutFromNewBlock()
 {
     static_assert(sizeof(Block) % alignof(std::max_align_t) == 0, "slots stay aligned");
     const std::size_t count
         = blocks ? std::min(blocks->slotCount * 2, maxBlockSlots) : firstBlockSlots;
-    auto* block = static_cast<Block*>(::operator new(sizeof(Block) + count * slotSize));
-    block->slotCount = count;
+    Block* block = takeSpare(count);
+    if (!block) {
+        block = static_cast<Block*>(::operator new(sizeof(Block) + count * slotSize));
+        block->slotCount = count;
+    }
     block->next = blocks;
     blocks = block;
-    thread(block);
-}
-
-// Puts the block's slots on the free list, the first slot of the block first.
-void Arbor::OperationPool::thread(Block* block)
-{
-    freeSlots = static_cast<Slot*>(
-        Plinth::threadSlots(block->slots(), block->slotCount, slotSize, freeSlots));
+    uncut = block->slots() + slotSize;
+    blockEnd = block->slots() + count * slotSize;
+    return block->slots();
 }

@@ -63,7 +63,7 @@ Arbor::ReplaceChildrenOperation::ReplaceChildrenOperation(
     , first(first)
     , count(first ? clampRun(first, count) : 0)
     , replacement(replacement)
-    , replacementLength(Node::countFollowing(replacement))
+    , replacementLength(0)
 {
     if (parent) parent->ref();
     if (replacement) replacement->ref();
@@ -73,7 +73,14 @@ Arbor::ReplaceChildrenOperation::~ReplaceChildrenOperation()
 {
     Plinth::releaseCounted(replacement);
     Plinth::releaseCounted(parent);
-    if (executed) InsertionAnchors::release(document);
+    if (anchored) InsertionAnchors::release(document);
+}
+
+// Whether `first` may have died since the last execution stored it. Never reads it.
+bool Arbor::ReplaceChildrenOperation::firstLost() const
+{
+    return anchored ? InsertionAnchors::lost(document, first, stamp)
+                    : InsertionAnchors::stamp(document) != stamp;
 }
 
 // A host may have moved one of the operation's nodes meanwhile (a removed node reused outside the
@@ -83,8 +90,7 @@ Arbor::ReplaceChildrenOperation::~ReplaceChildrenOperation()
 // it may be gone: it is looked up among the children before it is read.
 void Arbor::ReplaceChildrenOperation::checkPlacement()
 {
-    const bool placed
-        = (!first || (!InsertionAnchors::lost(document, first, stamp) && isChild(parent, first)))
+    const bool placed = (!first || (!firstLost() && isChild(parent, first)))
         && runIsChildOf(first, count, parent)
         && (!replacement
             || (!replacement->parent && !replacement->previous
@@ -96,13 +102,18 @@ void Arbor::ReplaceChildrenOperation::checkPlacement()
 void Arbor::ReplaceChildrenOperation::execute()
 {
     // A replay may find `first` gone, so it is looked up before it is read (a walk over the
-    // children); the first execution follows the caller's own checks of the same request.
-    if (executed) checkPlacement();
+    // children); the first execution follows the caller's own checks of the same request, and
+    // starts the document's death log if needed (running out of memory there leaves everything
+    // as it was), unless the history keeps nothing (in a batch, say).
+    if (executed) {
+        checkPlacement();
+    } else if (document->maxUndoTasks() != 0) {
+        InsertionAnchors::anchor(document);
+        anchored = true;
+    }
 
     // The next `first` is not counted: the stamp taken now lets a later replay tell it from a new
-    // node at the same address. The first execution starts the document's death log if needed
-    // (running out of memory there leaves everything as it was).
-    if (!executed) InsertionAnchors::anchor(document);
+    // node at the same address.
     const unsigned long long nextStamp = InsertionAnchors::stamp(document);
     Node* nextFirst = replacement ? replacement : nodeAfterRun(first, count);
 

@@ -47,13 +47,20 @@ public:
     void undo() override;
 
 private:
-    /// Number of nodes in the chain headed by `replacement` when it was stored.
+    /// Number of nodes in the chain headed by `replacement` when the last execution stored it
+    /// (only replays read it).
     unsigned long replacementLength;
     /// False until the first execution has run; replays check their nodes first.
     bool executed = false;
+    /// Whether the document's death log watches for this operation (InsertionAnchors). An
+    /// operation executed while the history keeps nothing is deleted at once and needs no log;
+    /// should it be kept after all, a replay finds `first` lost as soon as the document's count of
+    /// unrecorded changes has moved.
+    bool anchored = false;
     /// The document's count of unrecorded child changes when `first` was stored (InsertionAnchors).
     unsigned long long stamp = 0;
 
+    bool firstLost() const;
     void checkPlacement();
 };
 

@@ -17,9 +17,9 @@ Arbor::UndoStack::~UndoStack()
     delete pool;
 }
 
-Arbor::OperationPool* Arbor::UndoStack::operationPool()
+Arbor::OperationPool* Arbor::UndoStack::makePool()
 {
-    if (!pool) pool = new OperationPool;
+    pool = OperationPool::make();
     return pool;
 }
 

@@ -70,8 +70,9 @@ public:
     /// The next recorded operation opens a new task.
     void newTask() { newTaskPending = true; }
 
-    /// Internal: the memory the operations recorded here are made from (made on first use).
-    ARBOR_INTERNAL OperationPool* operationPool();
+    /// Internal: the memory the operations recorded here are made from (made on first use; null
+    /// when pooling is off).
+    OperationPool* operationPool() { return pool ? pool : makePool(); }
 
 private:
     /// Depth of running `undo()`/`redo()` calls.
@@ -85,6 +86,7 @@ private:
     /// Memory of the operations; outlives every operation the stack deletes.
     OperationPool* pool = nullptr;
 
+    ARBOR_INTERNAL OperationPool* makePool();
     void record(Plinth::Operation* op);
     void discardUndone();
     void dropOldestTask();

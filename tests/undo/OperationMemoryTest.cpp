@@ -45,6 +45,7 @@ TEST_F(OperationMemoryTest, HostOperationsOfEverySize)
 {
     for (bool onDocument : { false, true }) {
         runHostOperation<CountingOperation<1, 8>>(&document(), onDocument);
+        runHostOperation<CountingOperation<1, 16>>(&document(), onDocument);
         runHostOperation<CountingOperation<200, 8>>(&document(), onDocument);
         runHostOperation<CountingOperation<16, 64>>(&document(), onDocument);
     }

@@ -40,19 +40,6 @@ inline bool poolingEnabled()
 #endif
 }
 
-/// Links `count` slots of `slotSize` bytes, starting at `first`, into a free list in address
-/// order (the first word of a free slot points at the next one) followed by `rest`; returns the
-/// new head.
-inline void* threadSlots(unsigned char* first, std::size_t count, std::size_t slotSize, void* rest)
-{
-    for (std::size_t i = count; i-- > 0;) {
-        void* slot = first + i * slotSize;
-        *static_cast<void**>(slot) = rest;
-        rest = slot;
-    }
-    return rest;
-}
-
 } // namespace Plinth
 
 #endif
