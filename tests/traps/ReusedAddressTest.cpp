@@ -9,6 +9,7 @@
 
 #include <cstddef>
 #include <new>
+#include <string>
 #include <vector>
 
 using ReusedAddressTest = HostTest;
@@ -160,4 +161,21 @@ TEST_F(ReusedAddressTest, TrimmedHistoryStillReplaysAfterAnUnrecordedChange)
     document().undo();
     EXPECT_EQ(xml(root()), "<root><p></p></root>");
     EXPECT_FALSE(document().canUndo());
+}
+
+// The node before which undo puts a removed child back has left the parent alive, through a raw
+// removal no history records: the replay finds it is no child there any more and refuses.
+TEST_F(ReusedAddressTest, InsertionPointMovedAwayRefusesTheReplay)
+{
+    for (const std::string kept : { "a", "" }) {
+        Arbor::Element* p = appendElement(root(), "p");
+        if (!kept.empty()) appendElement(p, kept.c_str());
+        Arbor::Node* x = appendElement(p, "x");
+        Plinth::Ref<Arbor::Node> b(appendElement(p, "b"));
+        document().newUndoTask();
+        p->removeChild(x);
+        p->replaceChildrenRaw(b.get(), 1, nullptr);
+        expectDomError(Arbor::DomException::INVALID_STATE_ERR, [&] { document().undo(); });
+        EXPECT_EQ(children(p), kept);
+    }
 }
