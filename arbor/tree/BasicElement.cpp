@@ -78,7 +78,6 @@ struct Arbor::BasicElement::Store {
     }
     std::uint32_t capacity() const { return capacityFor(used); }
     Entry* entries() { return reinterpret_cast<Entry*>(this + 1); }
-    const Entry* entries() const { return reinterpret_cast<const Entry*>(this + 1); }
     std::uint32_t* table(std::uint32_t capacity)
     {
         return reinterpret_cast<std::uint32_t*>(entries() + capacity);
