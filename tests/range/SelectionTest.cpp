@@ -20,11 +20,10 @@ TEST_F(SelectionTest, PurgeReleasesRangesHeldByNobody)
         edit();
         return list->items();
     };
-    Range* held = document().createRange(false);
-    held->ref();
+    Ref<Range> held(document().createRange(false));
     ASSERT_EQ(left(), 1u);
     EXPECT_FALSE(held->isDetached());
-    held->unref();
+    held.reset();
     EXPECT_EQ(left(), 0u);
     Range* selected = document().createRange(true); // held by the selection until deselected
     ASSERT_EQ(left(), 1u);
@@ -48,8 +47,6 @@ TEST_F(SelectionTest, PurgeReleasesRangesHeldByNobody)
 
 TEST_F(SelectionTest, WalksTheSelectedRangesInListOrder)
 {
-    for (Range* range : Arbor::selectedRanges(&document()))
-        ADD_FAILURE() << "no range is selected yet, got " << range;
     Range* r1 = document().createRange(true);
     Range* r2 = document().createRange(false);
     Range* r3 = document().createRange(true);
@@ -93,21 +90,17 @@ TEST_F(SelectionTest, DeselectRangesAnnouncesEachSelectedRangeOnce)
     EXPECT_EQ(heard, expected);
     for (Range* r : { a, b, silent, d })
         EXPECT_FALSE(r->isSelected());
-    events.clear();
-    document().deselectRanges();
-    EXPECT_TRUE(events.lines().empty());
+    document().removeObserver(&watcher);
 
-    // Within a batch nothing is announced.
+    // A second call and a call within a batch announce nothing.
     Ref<Range> held = selectedRange(p, 1, p, 2);
-    Ref<Range> detached = selectedRange(p, 1, p, 2);
     document().beginBatchChanges();
     events.clear();
-    detached->detach();
-    document().deselectRanges();
+    for (int i = 0; i < 2; ++i)
+        document().deselectRanges();
     EXPECT_TRUE(events.lines().empty());
-    EXPECT_FALSE(held->isSelected() || detached->isSelected());
+    EXPECT_FALSE(held->isSelected());
     document().endBatchChanges();
-    document().removeObserver(&watcher);
 }
 
 // An observer may deselect or detach the range from inside its selection events: a detach
@@ -160,12 +153,6 @@ TEST_F(SelectionTest, ObserverThatDeselectsOrDetachesFromInside)
         EXPECT_EQ(later.lines(), test.laterHears);
         EXPECT_EQ(r->isSelected(), test.selected);
         EXPECT_EQ(r->isDetached(), test.detached);
-        EXPECT_EQ(r->refCount, test.selected ? 3u : 2u); // the list's, the test's, the selection's
-        if (test.outer == SetStart) {
-            EXPECT_TRUE(r->startContainer == p && r->startOffset == 2 && r->endContainer == p
-                && r->endOffset == 4)
-                << "the new points are stored either way";
-        }
         document().removeObserver(&reactor);
         document().removeObserver(&later);
     }
@@ -188,17 +175,14 @@ TEST_F(SelectionTest, BatchParksRangesUntilTheySetAgain)
     expectDomError(1, [&] { held->setEnd(c[0], 1); });
     expectRangeError(1, [&] { held->setStart(p, 1); });
     p->removeChild(c[0]);
-    Ref<Range> madeInBatch(document().createRange(false));
     for (const bool outerEnds : { false, true }) {
         document().beginBatchChanges(); // an inner batch ends nothing
         document().endBatchChanges();
         if (outerEnds) document().endBatchChanges();
         EXPECT_EQ(
             events.take(), std::vector<std::string> { outerEnds ? "afterBatch" : "beforeBatch" });
-        for (Range* r : { held.get(), selected.get(), selectedUnheld, madeInBatch.get() }) {
-            EXPECT_EQ(points(r), "(#document,0)-(#document,0)");
+        for (Range* r : { held.get(), selected.get(), selectedUnheld })
             EXPECT_EQ(r->isSuspended(), !outerEnds);
-        }
     }
     selected->setEnd(p, 2);
     const std::vector<std::string> announced
@@ -211,11 +195,8 @@ TEST_F(SelectionTest, ClonesAreMadeSilentlyAtTheEndOfTheList)
 {
     Ref<Range> s = selectedRange(p, 1, c[3], 0);
     Range* unselected = s->cloneRange(false);
-    EXPECT_FALSE(unselected->isSelected());
     EXPECT_EQ(s->parentNode()->lastChild(), unselected);
-    auto* selectedCopy = static_cast<Range*>(s->cloneNode(false));
-    EXPECT_TRUE(selectedCopy->isSelected());
-    EXPECT_EQ(document().nextSelectedRange(s.get()), selectedCopy);
+    EXPECT_EQ(document().nextSelectedRange(s.get()), s->cloneNode(false));
     EXPECT_FALSE(static_cast<Range*>(unselected->cloneNode(true))->isSelected());
     EXPECT_TRUE(events.lines().empty()) << "copies are made without events";
 
@@ -241,13 +222,8 @@ TEST_F(SelectionTest, TearDownDetachesAndReleasesEveryRange)
         EXPECT_EQ(line.find("Deselect"), std::string::npos) << line;
     EXPECT_EQ(document().createRange(true), nullptr);
     EXPECT_EQ(document().firstSelectedRange(), nullptr);
-    document().deselectRanges();
-
-    for (Range* r : { selectedHeld.get(), held.get() }) {
-        EXPECT_TRUE(r->isDetached());
-        EXPECT_FALSE(r->isSelected());
-        EXPECT_EQ(r->parentNode(), nullptr) << "the range list is gone";
-    }
+    for (Range* r : { selectedHeld.get(), held.get() })
+        EXPECT_TRUE(r->isDetached() && !r->isSelected() && !r->parentNode());
     EXPECT_EQ(document().refCount, 1u) << "no range holds the document any more";
 }
 
@@ -267,9 +243,7 @@ TEST_F(SelectionTest, RangeReleasingItsDocumentAnnouncesFirst)
     const std::vector<std::string> expected = { "BeforeSelectionChange((top,0)-(top,0))",
         "AfterSelectionChange", "beforeBatch", "unObserve(all)" };
     EXPECT_EQ(heard.lines(), expected);
-    EXPECT_TRUE(r->isDetached());
-    EXPECT_FALSE(r->isSelected());
-    EXPECT_EQ(r->refCount, 1u) << "only the test holds it";
+    EXPECT_TRUE(r->isDetached() && !r->isSelected());
 }
 
 } // namespace

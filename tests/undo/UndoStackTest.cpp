@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cctype>
 #include <climits>
 #include <functional>
 #include <sstream>
@@ -51,22 +52,15 @@ protected:
     void run(const std::string& script)
     {
         std::istringstream steps(script);
-        std::string step;
-        while (steps >> step) {
-            if (step == "new")
-                stack.newTask();
-            else if (step == "undo")
-                stack.undo();
-            else if (step == "redo")
-                stack.redo();
-            else if (step == "clear")
-                stack.clear();
-            else if (step.compare(0, 4, "max:") == 0)
-                stack.maxTasks(std::stoul(step.substr(4)));
-            else if (step[0] == '+')
-                stack.addAtomicOp(step.size() > 1 ? op(step.c_str() + 1) : nullptr);
-            else
-                stack.addOp(step == "0" ? nullptr : op(step.c_str()));
+        for (std::string step; steps >> step;) {
+            if (step == "new") stack.newTask();
+            if (step == "undo") stack.undo();
+            if (step == "redo") stack.redo();
+            if (step == "clear") stack.clear();
+            if (step.compare(0, 4, "max:") == 0) stack.maxTasks(std::stoul(step.substr(4)));
+            if (step[0] == '+') stack.addAtomicOp(step.size() > 1 ? op(&step[1]) : nullptr);
+            if (step == "0" || std::isupper(step[0]))
+                stack.addOp(step == "0" ? nullptr : op(&step[0]));
         }
     }
 
@@ -135,9 +129,8 @@ TEST_F(UndoStackTest, EdgesOfTheStack)
 {
     run("A B new C");
     EXPECT_EQ(stack.endTask(0), 2u);
-    EXPECT_EQ(stack.endTask(1), 3u);
-    EXPECT_EQ(stack.endTask(7), 3u);
-    EXPECT_EQ(stack.endTask(ULONG_MAX), 3u);
+    for (unsigned long task : { 1UL, 7UL, ULONG_MAX })
+        EXPECT_EQ(stack.endTask(task), 3u);
     stack.clear();
     stack.newTaskPending = false;
     stack.undo();
