@@ -45,38 +45,25 @@ TEST_F(SelectionTest, PurgeReleasesRangesHeldByNobody)
     EXPECT_EQ(list->items(), 0u);
 }
 
-TEST_F(SelectionTest, WalksTheSelectedRangesInListOrder)
+TEST_F(SelectionTest, WalksAndDeselectsTheSelectedRangesInListOrder)
 {
-    Range* r1 = document().createRange(true);
-    Range* r2 = document().createRange(false);
-    Range* r3 = document().createRange(true);
-    EXPECT_EQ(document().nextSelectedRange(r2), r3);
-
+    Range* silent = document().createRange(true);
+    silent->detachSilent(); // detached but still selected: skipped, and not announced
+    Range* a = document().createRange(true);
+    Range* unselected = document().createRange(false);
+    Range* b = document().createRange(true);
+    Range* d = document().createRange(true);
+    EXPECT_EQ(document().firstSelectedRange(), a);
+    EXPECT_EQ(document().nextSelectedRange(unselected), b);
     std::vector<Range*> seen;
     for (Range* range : Arbor::selectedRanges(&document()))
         seen.push_back(range);
-    EXPECT_EQ(seen, (std::vector<Range*> { r1, r3 }));
-    EXPECT_EQ(document().nextSelectedRange(r3), nullptr);
-
+    EXPECT_EQ(seen, (std::vector<Range*> { a, b, d }));
+    EXPECT_EQ(document().nextSelectedRange(d), nullptr);
     expectDomError(8, [&] { document().nextSelectedRange(nullptr); });
     Ref<Range> foreign(otherDocument().createRange(true));
     expectDomError(4, [&] { document().nextSelectedRange(foreign.get()); });
 
-    r1->deselect();
-    EXPECT_EQ(document().firstSelectedRange(), r3);
-    r3->detachSilent(); // detached but still selected: skipped
-    EXPECT_EQ(document().firstSelectedRange(), nullptr);
-    EXPECT_EQ(document().nextSelectedRange(r2), nullptr);
-}
-
-TEST_F(SelectionTest, DeselectRangesAnnouncesEachSelectedRangeOnce)
-{
-    Range* a = document().createRange(true);
-    document().createRange(false);
-    Range* b = document().createRange(true);
-    Range* silent = document().createRange(true);
-    silent->detachSilent();
-    Range* d = document().createRange(true);
     std::vector<std::pair<Node*, bool>> heard; // target, still selected while announced
     CallbackObserver watcher;
     watcher.react = [&](DomEvent& event) {
@@ -191,30 +178,19 @@ TEST_F(SelectionTest, BatchParksRangesUntilTheySetAgain)
 }
 
 // Where the copies' points are is checked by the reliability interpreter.
-TEST_F(SelectionTest, ClonesAreMadeSilentlyAtTheEndOfTheList)
+// Copies are made silently at the end of the list; tearing down detaches and releases every
+// range without announcing it.
+TEST_F(SelectionTest, ClonesAndTearDown)
 {
-    Ref<Range> s = selectedRange(p, 1, c[3], 0);
-    Range* unselected = s->cloneRange(false);
-    EXPECT_EQ(s->parentNode()->lastChild(), unselected);
-    EXPECT_EQ(document().nextSelectedRange(s.get()), s->cloneNode(false));
+    Ref<Range> selectedHeld = selectedRange(p, 1, c[3], 0);
+    Range* unselected = selectedHeld->cloneRange(false);
+    EXPECT_EQ(selectedHeld->parentNode()->lastChild(), unselected);
+    EXPECT_EQ(document().nextSelectedRange(selectedHeld.get()), selectedHeld->cloneNode(false));
     EXPECT_FALSE(static_cast<Range*>(unselected->cloneNode(true))->isSelected());
     EXPECT_TRUE(events.lines().empty()) << "copies are made without events";
-
-    // A range the host made itself outlives the document's ability to make ranges.
-    Ref<Range> own(new Range(&document(), false, false));
-    document().tearDown();
-    EXPECT_EQ(own->cloneRange(false), nullptr);
-    EXPECT_EQ(own->cloneNode(false), nullptr);
-    own->detachSilent();
-}
-
-TEST_F(SelectionTest, TearDownDetachesAndReleasesEveryRange)
-{
-    Range* selectedUnheld = document().createRange(true);
-    selectedUnheld->selectNode(c[0]);
-    Ref<Range> selectedHeld = selectedRange(p, 0, p, 2);
+    document().createRange(true)->selectNode(c[0]);
     Ref<Range> held = range(c[1], 0, p, 3);
-    document().createRange(false)->selectNode(c[1]);
+    Ref<Range> own(new Range(&document(), false, false)); // the host's own range
     events.clear();
 
     document().tearDown();
@@ -224,6 +200,9 @@ TEST_F(SelectionTest, TearDownDetachesAndReleasesEveryRange)
     EXPECT_EQ(document().firstSelectedRange(), nullptr);
     for (Range* r : { selectedHeld.get(), held.get() })
         EXPECT_TRUE(r->isDetached() && !r->isSelected() && !r->parentNode());
+    EXPECT_EQ(own->cloneRange(false), nullptr);
+    EXPECT_EQ(own->cloneNode(false), nullptr);
+    own->detachSilent();
     EXPECT_EQ(document().refCount, 1u) << "no range holds the document any more";
 }
 
