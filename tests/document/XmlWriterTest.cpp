@@ -7,7 +7,6 @@
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
-#include <string>
 #include <system_error>
 #include <tuple>
 

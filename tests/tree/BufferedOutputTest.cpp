@@ -3,8 +3,6 @@
 #include <ostream>
 #include <sstream>
 #include <stdexcept>
-#include <string>
-#include <vector>
 
 using BufferedOutputTest = HostTest;
 using XmlOutputTest = HostTest;
@@ -81,33 +79,6 @@ TEST_F(BufferedOutputTest, FieldWidthPadsTheFirstAttributeItem)
     root()->putXml(os);
     EXPECT_EQ(os.str(), "<root    k=\"1\">t</root>");
     EXPECT_EQ(os.width(), 0);
-}
-
-// Many attributes go through the hash index; removed names come back to their places, and a copy
-// keeps the attributes but not the places of removed names.
-TEST_F(BufferedOutputTest, ManyAttributesRemovedPlacesAndCopies)
-{
-    Plinth::Ref<TestElement> e(document().makeElement("e"));
-    std::vector<Token> names;
-    for (int i = 0; i < 1000; ++i) {
-        names.emplace_back(("n" + std::to_string(i)).c_str());
-        e->setAttributeRaw(names.back(), Arbor::LongVariant(i));
-    }
-    for (int i = 0; i < 1000; i += 2)
-        e->removeAttributeRaw(names[i]);
-    ASSERT_EQ(e->attributeCount(), 500u);
-    EXPECT_EQ(e->attributeAt(0).first, names[1]);
-    EXPECT_EQ(e->attributeAt(499).first, names[999]);
-    Plinth::Ref<Arbor::Node> copy(e->cloneNode(false));
-    auto* c = static_cast<Arbor::BasicElement*>(copy.get());
-    EXPECT_EQ(xml(c), xml(e.get()));
-    for (int i = 0; i < 1000; ++i)
-        EXPECT_EQ(e->hasAttribute(names[i]) + c->hasAttribute(names[i]), i % 2 ? 2 : 0) << i;
-    e->setAttributeRaw(names[0], Arbor::LongVariant(-1));
-    c->setAttributeRaw(names[0], Arbor::LongVariant(-1));
-    EXPECT_EQ(e->attributeAt(0).first, names[0]) << "back at its place";
-    EXPECT_EQ(c->attributeAt(500).first, names[0]) << "the copy has no place for it";
-    EXPECT_EQ(xml(e.get()).substr(0, 22), "<e n0=\"-1\" n1=\"1\" n3=\"");
 }
 
 TEST_F(XmlOutputTest, DocumentsElementsTextAndNodesThatWriteNothing)

@@ -1,7 +1,6 @@
 #include "tests/support/Host.h"
 
 #include <cstdint>
-#include <string>
 #include <type_traits>
 
 namespace {
