@@ -98,10 +98,9 @@ TEST_F(SelectionTest, ObserverThatDeselectsOrDetachesFromInside)
     enum Action { SetStart, Deselect, DeselectAll, Detach, DetachSilently };
     const std::string change = "BeforeSelectionChange((p,2)-(p,4))";
     const std::string gone = "BeforeDeselect";
-    struct Case {
+    struct Case { // heard by the observers registered before and after the reacting one
         Action outer, inner;
-        std::vector<std::string> heard,
-            laterHears; // by the observers registered before and after the reacting one
+        std::vector<std::string> heard, laterHears;
         bool selected, detached;
     };
     const Case cases[] = {
@@ -125,12 +124,11 @@ TEST_F(SelectionTest, ObserverThatDeselectsOrDetachesFromInside)
             if (action == Detach) r->detach();
             if (action == DetachSilently) r->detachSilent();
         };
+        const Arbor::Token trigger
+            = test.outer == SetStart ? Arbor::tok_BeforeSelectionChange : Arbor::tok_BeforeDeselect;
         CallbackObserver reactor;
         reactor.react = [&](DomEvent& event) {
-            if (event.type
-                == (test.outer == SetStart ? Arbor::tok_BeforeSelectionChange
-                                           : Arbor::tok_BeforeDeselect))
-                act(test.inner);
+            if (event.type == trigger) act(test.inner);
         };
         EventLog later;
         document().addObserver(&reactor);
@@ -214,7 +212,6 @@ TEST_F(SelectionTest, RangeReleasingItsDocumentAnnouncesFirst)
     auto* own = new TestDocument;
     Ref<Range> r(own->createRange(true));
     TestElement* top = appendElement(own, "top");
-    ASSERT_EQ(own->refCount, 2u) << "held by the range's two points only";
     EventLog heard;
     own->addObserver(&heard);
 

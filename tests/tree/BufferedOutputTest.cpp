@@ -124,7 +124,6 @@ TEST_F(XmlOutputTest, DocumentsElementsTextAndNodesThatWriteNothing)
     appendText(outer.get(), u"x");
     outer->appendChild(new TestElement(&document(), Arbor::Token()));
     std::ostringstream os;
-    EXPECT_EQ(&outer->putXml(os), &os);
-    EXPECT_TRUE(os.bad());
+    EXPECT_TRUE(outer->putXml(os).bad());
     EXPECT_EQ(os.str().rfind("<outer>x<", 0), 0u) << os.str();
 }
