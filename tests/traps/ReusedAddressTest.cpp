@@ -179,3 +179,20 @@ TEST_F(ReusedAddressTest, InsertionPointMovedAwayRefusesTheReplay)
         EXPECT_EQ(children(p), kept);
     }
 }
+
+// The second node of the run a redo removes has left the parent alive, unrecorded: the redo
+// refuses.
+TEST_F(ReusedAddressTest, RunMovedAwayRefusesTheRedo)
+{
+    Arbor::Element* p = appendElement(root(), "p");
+    Arbor::Node* b = appendElement(p, "b");
+    Plinth::Ref<Arbor::Node> c(appendElement(p, "c"));
+    appendElement(p, "d");
+    document().newUndoTask();
+    p->replaceChildren(b, 2, nullptr);
+    document().undo();
+    p->replaceChildrenRaw(c.get(), 1, nullptr);
+    EXPECT_EQ(children(p), "b d");
+    expectDomError(Arbor::DomException::INVALID_STATE_ERR, [&] { document().redo(); });
+    EXPECT_EQ(children(p), "b d");
+}

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
+#include <cctype>
 #include <climits>
 #include <functional>
 #include <sstream>
@@ -51,22 +51,15 @@ protected:
     void run(const std::string& script)
     {
         std::istringstream steps(script);
-        std::string step;
-        while (steps >> step) {
-            if (step == "new")
-                stack.newTask();
-            else if (step == "undo")
-                stack.undo();
-            else if (step == "redo")
-                stack.redo();
-            else if (step == "clear")
-                stack.clear();
-            else if (step.compare(0, 4, "max:") == 0)
-                stack.maxTasks(std::stoul(step.substr(4)));
-            else if (step[0] == '+')
-                stack.addAtomicOp(step.size() > 1 ? op(step.c_str() + 1) : nullptr);
-            else
-                stack.addOp(step == "0" ? nullptr : op(step.c_str()));
+        for (std::string step; steps >> step;) {
+            if (step == "new") stack.newTask();
+            if (step == "undo") stack.undo();
+            if (step == "redo") stack.redo();
+            if (step == "clear") stack.clear();
+            if (step.compare(0, 4, "max:") == 0) stack.maxTasks(std::stoul(step.substr(4)));
+            if (step[0] == '+') stack.addAtomicOp(step.size() > 1 ? op(&step[1]) : nullptr);
+            if (step == "0" || std::isupper(step[0]))
+                stack.addOp(step == "0" ? nullptr : op(&step[0]));
         }
     }
 
@@ -79,8 +72,7 @@ protected:
             if (task == stack.taskStarts.size()) break;
             out += "[";
             const unsigned long start = stack.taskStarts[task];
-            for (unsigned long i = start;
-                 i < std::min(stack.endTask(task), stack.operations.size()); ++i)
+            for (unsigned long i = start; i < stack.endTask(task); ++i)
                 out += (i == start ? "" : " ") + static_cast<FakeOp*>(stack.operations[i])->name;
             out += "]";
         }
@@ -124,48 +116,14 @@ TEST_F(UndoStackTest, RecordsUndoesAndRedoesInTasks)
         EXPECT_EQ(tasks(), c.tasks);
         EXPECT_EQ(log, c.log);
         EXPECT_EQ(stack.newTaskPending, c.newTaskPending);
+        EXPECT_EQ(stack.endTask(ULONG_MAX), stack.operations.size()) << "a missing task";
         stack.maxTasks(100);
         log.clear();
     }
-}
-
-// The end of the last or a missing task is the operation count; undo and redo with nothing to do
-// leave the flag alone.
-TEST_F(UndoStackTest, EdgesOfTheStack)
-{
-    run("A B new C");
-    EXPECT_EQ(stack.endTask(0), 2u);
-    EXPECT_EQ(stack.endTask(1), 3u);
-    EXPECT_EQ(stack.endTask(7), 3u);
-    EXPECT_EQ(stack.endTask(ULONG_MAX), 3u);
-    stack.clear();
-    stack.newTaskPending = false;
+    stack.newTaskPending = false; // undo and redo with nothing to do leave the flag alone
     stack.undo();
     stack.redo();
     EXPECT_FALSE(stack.newTaskPending);
-}
-
-// An operation failing half-way through a task leaves a document that no record matches: the
-// history goes, the exception passes on, and no deleted operation is touched again.
-TEST_F(UndoStackTest, ThrowingOperationDiscardsTheHistory)
-{
-    for (const bool inUndo : { true, false }) {
-        SCOPED_TRACE(inUndo ? "undo" : "redo");
-        run("X new A B C");
-        FakeOp* b = static_cast<FakeOp*>(stack.operations[2]);
-        if (!inUndo) stack.undo();
-        b->during = [] { throw std::runtime_error("replay failed"); };
-        log.clear();
-        EXPECT_THROW(inUndo ? stack.undo() : stack.redo(), std::runtime_error);
-        EXPECT_EQ(log, inUndo ? "undo C,undo B,~X,~A,~B,~C" : "redo A,redo B,~X,~A,~B,~C");
-        EXPECT_FALSE(stack.canUndo());
-        EXPECT_FALSE(stack.canRedo());
-        log.clear();
-        run("D");
-        EXPECT_EQ(tasks(), "[D]|");
-        stack.clear();
-        log.clear();
-    }
 }
 
 TEST_F(UndoStackTest, RecordingDuringUndoWaitsAndThenDiscardsTheUndoneTask)
@@ -181,38 +139,40 @@ TEST_F(UndoStackTest, RecordingDuringUndoWaitsAndThenDiscardsTheUndoneTask)
     EXPECT_FALSE(stack.canRedo());
 }
 
+// Clearing or re-limiting the stack from inside a replay deletes the operations only after the
+// replay. An operation failing half-way leaves a document that no record matches: the history
+// goes, the exception passes on, and no deleted operation is touched again.
 TEST_F(UndoStackTest, ClearingDuringReplayDeletesOnlyAfterwards)
 {
-    const struct {
-        const char* name;
-        bool inUndo;
-        std::function<void(Arbor::UndoStack&)> discard;
-        unsigned long limit;
-    } cases[] = {
-        { "clear in undo", true, [](Arbor::UndoStack& s) { s.clear(); }, 100 },
-        { "new limit in undo", true, [](Arbor::UndoStack& s) { s.maxTasks(3); }, 3 },
-        { "clear in redo", false, [](Arbor::UndoStack& s) { s.clear(); }, 100 },
-        { "new limit in redo", false, [](Arbor::UndoStack& s) { s.maxTasks(0); }, 0 },
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        run("X new A B C");
-        if (!c.inUndo) stack.undo();
-        FakeOp* b = static_cast<FakeOp*>(stack.operations[2]);
-        b->during = [&] {
-            c.discard(stack);
-            EXPECT_FALSE(stack.canUndo());
-            EXPECT_FALSE(stack.canRedo());
-            EXPECT_EQ(stack.maxTasks(), c.limit);
-        };
-        log.clear();
-        c.inUndo ? stack.undo() : stack.redo();
-        EXPECT_EQ(log,
-            c.inUndo ? "undo C,undo B,undo A,~X,~A,~B,~C" : "redo A,redo B,redo C,~X,~A,~B,~C");
-        EXPECT_FALSE(stack.canUndo());
-        EXPECT_FALSE(stack.canRedo());
-        stack.maxTasks(100);
-        log.clear();
+    enum Action { Clear, Limit, Throw };
+    for (const bool inUndo : { true, false }) {
+        for (const Action action : { Clear, Limit, Throw }) {
+            SCOPED_TRACE(std::to_string(inUndo) + " " + std::to_string(action));
+            run("X new A B C");
+            if (!inUndo) stack.undo();
+            const unsigned long limit = action == Limit ? (inUndo ? 3 : 0) : 100;
+            static_cast<FakeOp*>(stack.operations[2])->during = [&] {
+                if (action == Throw) throw std::runtime_error("replay failed");
+                action == Clear ? stack.clear() : stack.maxTasks(limit);
+                EXPECT_FALSE(stack.canUndo() || stack.canRedo());
+                EXPECT_EQ(stack.maxTasks(), limit);
+            };
+            log.clear();
+            try {
+                inUndo ? stack.undo() : stack.redo();
+                EXPECT_NE(action, Throw);
+            } catch (const std::runtime_error&) {
+                EXPECT_EQ(action, Throw);
+            }
+            const std::string rest = action == Throw ? "" : inUndo ? ",undo A" : ",redo C";
+            EXPECT_EQ(log, (inUndo ? "undo C,undo B" : "redo A,redo B") + rest + ",~X,~A,~B,~C");
+            EXPECT_FALSE(stack.canUndo() || stack.canRedo());
+            stack.maxTasks(100);
+            run("D");
+            EXPECT_EQ(tasks(), "[D]|");
+            stack.clear();
+            log.clear();
+        }
     }
 }
 
