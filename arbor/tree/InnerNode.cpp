@@ -30,7 +30,7 @@ bool Arbor::InnerNode::mayReplaceChildren(Node*, unsigned long, Node*) { return 
 
 void Arbor::InnerNode::replaceChildrenRaw(Node* runHead, unsigned long count, Node* newChild)
 {
-    InsertionAnchors::noteRawChange(document);
+    InsertionAnchors::noteRawChange(document, this);
     relinkChildren(runHead, count, newChild);
 }
 

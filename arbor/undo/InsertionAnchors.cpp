@@ -27,15 +27,27 @@ void Arbor::InsertionAnchors::release(Document* document) noexcept
     }
 }
 
-bool Arbor::InsertionAnchors::lost(
-    const Document* document, const Node* node, unsigned long long stamp)
+bool Arbor::InsertionAnchors::since(const Document* document, const Node* node,
+    unsigned long long stamp, unsigned long long Entry::*field)
 {
     if (document->unrecordedChildChanges == stamp) return false;
     const InsertionAnchors* log = document->insertionAnchors;
     if (!log) return true; // ended with its document: nothing can be trusted
     if (stamp < log->unloggedBefore) return true;
     const Entry* entry = log->lookup(node);
-    return entry && entry->death > stamp;
+    return entry && entry->*field > stamp;
+}
+
+bool Arbor::InsertionAnchors::lost(
+    const Document* document, const Node* node, unsigned long long stamp)
+{
+    return since(document, node, stamp, &Entry::death);
+}
+
+bool Arbor::InsertionAnchors::rearranged(
+    const Document* document, const Node* parent, unsigned long long stamp)
+{
+    return since(document, parent, stamp, &Entry::changed);
 }
 
 std::size_t Arbor::InsertionAnchors::home(const Node* node) const
@@ -58,7 +70,7 @@ const Arbor::InsertionAnchors::Entry* Arbor::InsertionAnchors::lookup(const Node
 bool Arbor::InsertionAnchors::grow() noexcept
 {
     try {
-        std::vector<Entry> old(table.empty() ? 64 : table.size() * 2, Entry { nullptr, 0 });
+        std::vector<Entry> old(table.empty() ? 64 : table.size() * 2, Entry { nullptr, 0, 0 });
         old.swap(table);
         for (const Entry& entry : old) {
             if (!entry.node) continue;
@@ -73,23 +85,35 @@ bool Arbor::InsertionAnchors::grow() noexcept
     }
 }
 
-void Arbor::InsertionAnchors::nodeDestroyed(Node* node) noexcept
+// The entry of `node`, made if there is none; null when memory ran out, and then no stamp before
+// `now` can be trusted any more.
+Arbor::InsertionAnchors::Entry* Arbor::InsertionAnchors::place(
+    const Node* node, unsigned long long now) noexcept
 {
-    const unsigned long long now = document->unrecordedChildChanges;
-    if (now == base) return; // every change since the first operation was recorded
-    if (const Entry* found = lookup(node)) {
-        const_cast<Entry*>(found)->death = now;
-        return;
-    }
+    if (const Entry* found = lookup(node)) return const_cast<Entry*>(found);
     if (2 * (used + 1) > table.size() && !grow()) {
         unloggedBefore = now;
-        return;
+        return nullptr;
     }
     std::size_t at = home(node);
     while (table[at].node)
         at = (at + 1) & (table.size() - 1);
-    table[at] = Entry { node, now };
+    table[at] = Entry { node, 0, 0 };
     ++used;
+    return &table[at];
+}
+
+void Arbor::InsertionAnchors::nodeDestroyed(Node* node) noexcept
+{
+    const unsigned long long now = document->unrecordedChildChanges;
+    if (now == base) return; // every change since the first operation was recorded
+    if (Entry* entry = place(node, now)) entry->death = now;
+}
+
+void Arbor::InsertionAnchors::childrenChanged(const Node* parent) noexcept
+{
+    const unsigned long long now = document->unrecordedChildChanges;
+    if (Entry* entry = place(parent, now)) entry->changed = now;
 }
 
 void Arbor::InsertionAnchors::documentDestroyed(Document* ended) noexcept

@@ -83,6 +83,14 @@ bool Arbor::ReplaceChildrenOperation::firstLost() const
                     : InsertionAnchors::stamp(document) != stamp;
 }
 
+// Whether the run after `first` may hold other nodes than the last execution left there: the
+// children of `parent` changed without a record since (only `first` itself is looked up).
+bool Arbor::ReplaceChildrenOperation::runRearranged() const
+{
+    return anchored ? InsertionAnchors::rearranged(document, parent, stamp)
+                    : InsertionAnchors::stamp(document) != stamp;
+}
+
 // A host may have moved one of the operation's nodes meanwhile (a removed node reused outside the
 // document's content, where nothing is recorded). Linking it back would give it two parents, and
 // a run with a node cut out of it would come back incomplete, so such an execution is refused
@@ -91,7 +99,7 @@ bool Arbor::ReplaceChildrenOperation::firstLost() const
 void Arbor::ReplaceChildrenOperation::checkPlacement()
 {
     const bool placed = (!first || (!firstLost() && isChild(parent, first)))
-        && runIsChildOf(first, count, parent)
+        && (count < 2 || !runRearranged()) && runIsChildOf(first, count, parent)
         && (!replacement
             || (!replacement->parent && !replacement->previous
                 && Node::countFollowing(replacement) == replacementLength

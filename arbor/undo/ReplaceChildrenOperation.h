@@ -61,6 +61,7 @@ private:
     unsigned long long stamp = 0;
 
     bool firstLost() const;
+    bool runRearranged() const;
     void checkPlacement();
 };
 

@@ -192,7 +192,6 @@ TEST_F(ReusedAddressTest, RunMovedAwayRefusesTheRedo)
     p->replaceChildren(b, 2, nullptr);
     document().undo();
     p->replaceChildrenRaw(c.get(), 1, nullptr);
-    EXPECT_EQ(children(p), "b d");
     expectDomError(Arbor::DomException::INVALID_STATE_ERR, [&] { document().redo(); });
     EXPECT_EQ(children(p), "b d");
 }

@@ -34,11 +34,13 @@ public:
     {
         return document->unrecordedChildChanges;
     }
-    /// Called by the raw replacement before it changes anything: counts the change unless a
-    /// recorded operation makes it.
-    static void noteRawChange(Document* document) noexcept
+    /// Called by the raw replacement of `parent`'s children before it changes anything: counts
+    /// the change unless a recorded operation makes it, and tells the log which parent it changed.
+    static void noteRawChange(Document* document, const Node* parent) noexcept
     {
-        if (document && document->recordedChildChangeDepth == 0) ++document->unrecordedChildChanges;
+        if (!document || document->recordedChildChangeDepth != 0) return;
+        ++document->unrecordedChildChanges;
+        if (InsertionAnchors* log = document->insertionAnchors) log->childrenChanged(parent);
     }
 
     /// Marks the raw replacement that a recorded operation runs.
@@ -71,6 +73,9 @@ public:
     /// Whether `node`, an operation's insertion point as of `stamp`, may have been destroyed
     /// since. Never reads `node`.
     static bool lost(const Document* document, const Node* node, unsigned long long stamp);
+    /// Whether the children of `parent` may have changed without a record since `stamp` (a run
+    /// of several children recorded then need not be the same nodes any more).
+    static bool rearranged(const Document* document, const Node* parent, unsigned long long stamp);
 
     void nodeDestroyed(Node* node) noexcept override;
     void documentDestroyed(Document* document) noexcept override;
@@ -80,6 +85,7 @@ private:
     struct Entry {
         const Node* node; // null: a free place
         unsigned long long death; // the count of unrecorded changes when it died
+        unsigned long long changed; // the count when its children last changed unrecorded
     };
     Document* document;
     std::vector<Entry> table;
@@ -93,7 +99,11 @@ private:
     static void startLog(Document* document);
     std::size_t home(const Node* node) const;
     const Entry* lookup(const Node* node) const;
+    Entry* place(const Node* node, unsigned long long now) noexcept;
     bool grow() noexcept;
+    void childrenChanged(const Node* parent) noexcept;
+    static bool since(const Document* document, const Node* node, unsigned long long stamp,
+        unsigned long long Entry::*field);
 };
 
 } // namespace Arbor
