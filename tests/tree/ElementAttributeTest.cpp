@@ -71,6 +71,10 @@ TEST_F(ElementAttributeTest, HooksAndEventsInOrder)
     TestElement* x = appendElement(fragment.get(), "x");
     a->replaceChildren(nullptr, 0, fragment.get());
     TestElement* e = appendElement(a, "e");
+    // A library element keeps the notice to itself: z below it is not told.
+    auto* plain = new Arbor::BasicElement(&document(), Arbor::Token("plain"));
+    e->appendChild(plain);
+    appendElement(plain, "z")->passNotices = true;
     for (TestElement* passing : { a, b, d, e, x })
         passing->passNotices = true;
     CallbackObserver order;
