@@ -84,6 +84,7 @@ TEST_F(CommentTest, RefusesWhatCannotBeWrittenBack)
     expectDomError(5, [&] { comment->insertData(2, u"-x"); });
     expectDomError(5, [&] { comment->deleteData(2, 1); });
     expectDomError(1, [&] { comment->insertData(4, u"c"); });
+    comment->insertData(3, u"c");
     comment->deleteData(1, ULONG_MAX);
     EXPECT_EQ(Arbor::dataUtf8(comment.get()), "a");
 
