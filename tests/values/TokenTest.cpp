@@ -44,7 +44,11 @@ TEST(TokenTest, IdentityAndFind)
     EXPECT_TRUE(Arbor::Token::find(buffer).isNull());
 
     const Arbor::Token lower("case:name");
-    EXPECT_NE(lower, Arbor::Token("CASE:NAME"));
+    const Arbor::Token upper("CASE:NAME");
+    EXPECT_NE(lower, upper);
+    // Tokens order by identity, strictly: a token is not before itself, of two one comes first.
+    EXPECT_FALSE(lower < lower);
+    EXPECT_NE(lower < upper, upper < lower);
     for (const char* absent : { "case:nam", "case:name2", "find:unknown", "find:unknown" })
         EXPECT_TRUE(Arbor::Token::find(absent).isNull()) << absent;
     EXPECT_TRUE(Arbor::Token::find(nullptr).isNull());
