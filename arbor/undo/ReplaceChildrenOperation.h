@@ -24,7 +24,10 @@ class Node;
 /// `first` can only die after a change of children that no operation records, and the document
 /// notes those changes and the deaths that follow them, so a new node that the allocator places
 /// at the same address is never taken for it (the replay refuses with INVALID_STATE_ERR, as for
-/// a moved node).
+/// a moved node). A run of two or more nodes is taken from `first` onwards, so a replay of one
+/// also refuses when the children of `parent` changed without a record since the operation last
+/// ran (even where the change left the run itself alone): the nodes after `first` need not be the
+/// ones it recorded.
 class ARBOR_API ReplaceChildrenOperation : public ModelOperation {
 public:
     /// The node whose children are replaced; counted.
