@@ -1,12 +1,14 @@
 #include "tests/support/Host.h"
 
 #include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <sstream>
 #include <stdexcept>
+#include <sys/resource.h>
 #include <system_error>
 #include <tuple>
 
@@ -135,6 +137,18 @@ TEST_F(XmlWriterTest, SaveReplacesTheFileOnlyWhenComplete)
         EXPECT_EQ(entries(), 2);
         EXPECT_EQ(contents(path), saved);
     }
+    // A write the system refuses half-way (past the file size limit) is an error too.
+    rlimit limit {};
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    const rlimit before = limit;
+    limit.rlim_cur = 16;
+    const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_THROW(writer.save(doc.get(), path), std::system_error);
+    ::setrlimit(RLIMIT_FSIZE, &before);
+    std::signal(SIGXFSZ, handler);
+    EXPECT_EQ(contents(path), saved);
+    EXPECT_EQ(entries(), 2);
     fs::remove_all(directory);
 }
 
