@@ -32,8 +32,9 @@ bool Arbor::InsertionAnchors::since(const Document* document, const Node* node,
 {
     if (document->unrecordedChildChanges == stamp) return false;
     const InsertionAnchors* log = document->insertionAnchors;
-    if (!log) return true; // ended with its document: nothing can be trusted
-    if (stamp < log->unloggedBefore) return true;
+    if (!log) return true; // none since the last operation it watched ended: nothing is known
+    // Changes before the log started, or that it could not note, are unknown.
+    if (stamp < log->base || stamp < log->unloggedBefore) return true;
     const Entry* entry = log->lookup(node);
     return entry && entry->*field > stamp;
 }

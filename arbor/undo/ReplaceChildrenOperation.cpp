@@ -76,21 +76,6 @@ Arbor::ReplaceChildrenOperation::~ReplaceChildrenOperation()
     if (anchored) InsertionAnchors::release(document);
 }
 
-// Whether `first` may have died since the last execution stored it. Never reads it.
-bool Arbor::ReplaceChildrenOperation::firstLost() const
-{
-    return anchored ? InsertionAnchors::lost(document, first, stamp)
-                    : InsertionAnchors::stamp(document) != stamp;
-}
-
-// Whether the run after `first` may hold other nodes than the last execution left there: the
-// children of `parent` changed without a record since (only `first` itself is looked up).
-bool Arbor::ReplaceChildrenOperation::runRearranged() const
-{
-    return anchored ? InsertionAnchors::rearranged(document, parent, stamp)
-                    : InsertionAnchors::stamp(document) != stamp;
-}
-
 // A host may have moved one of the operation's nodes meanwhile (a removed node reused outside the
 // document's content, where nothing is recorded). Linking it back would give it two parents, and
 // a run with a node cut out of it would come back incomplete, so such an execution is refused
@@ -98,8 +83,12 @@ bool Arbor::ReplaceChildrenOperation::runRearranged() const
 // it may be gone: it is looked up among the children before it is read.
 void Arbor::ReplaceChildrenOperation::checkPlacement()
 {
-    const bool placed = (!first || (!firstLost() && isChild(parent, first)))
-        && (count < 2 || !runRearranged()) && runIsChildOf(first, count, parent)
+    // The log answers for operations it does not watch too, as long as it began before their
+    // stamp; only `first` is looked up, so a longer run also needs `parent` unchanged.
+    const bool placed
+        = (!first || (!InsertionAnchors::lost(document, first, stamp) && isChild(parent, first)))
+        && (count < 2 || !InsertionAnchors::rearranged(document, parent, stamp))
+        && runIsChildOf(first, count, parent)
         && (!replacement
             || (!replacement->parent && !replacement->previous
                 && Node::countFollowing(replacement) == replacementLength

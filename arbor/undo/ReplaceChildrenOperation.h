@@ -57,14 +57,13 @@ private:
     bool executed = false;
     /// Whether the document's death log watches for this operation (InsertionAnchors). An
     /// operation executed while the history keeps nothing is deleted at once and needs no log;
-    /// should it be kept after all, a replay finds `first` lost as soon as the document's count of
-    /// unrecorded changes has moved.
+    /// should it be kept after all, a replay trusts `first` only while a log that began before
+    /// its stamp answers for it, or while the document's count of unrecorded changes has not
+    /// moved.
     bool anchored = false;
     /// The document's count of unrecorded child changes when `first` was stored (InsertionAnchors).
     unsigned long long stamp = 0;
 
-    bool firstLost() const;
-    bool runRearranged() const;
     void checkPlacement();
 };
 
