@@ -49,7 +49,7 @@ bool Arbor::DataNode::acceptsData(const char16_t* data, unsigned long length) co
     return isXmlData(data, length);
 }
 
-unsigned long Arbor::DataNode::length() const { return buffer ? Plinth::ustrlen(buffer) : 0; }
+unsigned long Arbor::DataNode::length() const { return buffer ? Plinth::bufferUnits(buffer) : 0; }
 
 char16_t* Arbor::DataNode::substringData(unsigned long offset, unsigned long count) const
 {

@@ -1,6 +1,7 @@
 #include "arbor/tree/internal/NodePool.h"
 
 #include "arbor/foundation/internal/Pooling.h"
+#include "arbor/foundation/internal/ThreadLocal.h"
 
 #include <atomic>
 #include <cstdint>
@@ -62,7 +63,7 @@ struct Local {
     unsigned char* bumpEnd;
     State state;
 };
-thread_local Local local;
+ARBOR_THREAD_LOCAL Local local;
 
 std::size_t slotSize(std::size_t index) { return index * granule; }
 
@@ -160,7 +161,7 @@ struct Reaper {
         local.state = State::dead;
     }
 };
-thread_local Reaper reaper;
+ARBOR_THREAD_LOCAL Reaper reaper;
 
 void registerThread()
 {

@@ -4,6 +4,7 @@
 #include "arbor/foundation/CData.h"
 #include "arbor/foundation/Ref.h"
 #include "arbor/foundation/UString.h"
+#include "arbor/foundation/internal/ThreadLocal.h"
 #include "arbor/foundation/internal/UnitBuffer.h"
 #include "arbor/tree/DomException.h"
 #include "arbor/tree/internal/NodePool.h"
@@ -19,7 +20,7 @@ namespace {
 
 using UniqueUString = std::unique_ptr<char16_t, Plinth::FreeDeleter>;
 
-thread_local unsigned long textEdits = 0;
+ARBOR_THREAD_LOCAL unsigned long textEdits = 0;
 
 } // namespace
 
@@ -58,7 +59,7 @@ void Arbor::Text::setNodeValue(const char16_t* value) { setData(value); }
 
 bool Arbor::Text::mayReplaceData(unsigned long, unsigned long, const char16_t*) { return true; }
 
-unsigned long Arbor::Text::length() const { return buffer ? Plinth::ustrlen(buffer) : 0; }
+unsigned long Arbor::Text::length() const { return buffer ? Plinth::bufferUnits(buffer) : 0; }
 
 unsigned long Arbor::Text::clip(unsigned long offset, unsigned long count) const
 {
@@ -108,7 +109,7 @@ void Arbor::Text::replaceDataRaw(unsigned long offset, unsigned long count, cons
         ++textEdits;
         return;
     }
-    const unsigned long len = Plinth::ustrlen(buffer);
+    const unsigned long len = Plinth::bufferUnits(buffer);
     // An offset past the end would copy from outside the buffer: refuse it rather than read it.
     if (offset > len) throw DomException(DomException::INDEX_SIZE_ERR);
     spliceData(len, offset, clipUnits(len, offset, count), newData,

@@ -96,3 +96,22 @@ TEST_F(TextTest, SplitAtEitherEnd)
     EXPECT_EQ(ascii(start->data()), "abc");
     expectDomError(1, [&] { t->splitText(1); });
 }
+
+// Lengths are counted in whole units at every size around the blocks the count reads at once,
+// in texts and comments alike, made new and edited: units with a zero byte ('A' and U+0100),
+// side by side so that two zero bytes meet across them, are not the terminator.
+TEST_F(TextTest, LengthsAtEverySize)
+{
+    for (unsigned long units = 1; units <= 300; ++units) {
+        std::u16string data(units, u'A');
+        for (unsigned long i = 1; i < units; i += 2)
+            data[i] = u'\u0100';
+        SCOPED_TRACE(units);
+        Plinth::Ref<TestText> text(document().makeText(data.c_str()));
+        EXPECT_EQ(text->length(), units);
+        text->insertData(units / 2, u"xy");
+        EXPECT_EQ(text->length(), units + 2);
+        Plinth::Ref<Arbor::Comment> comment(document().createComment(data.c_str()));
+        EXPECT_EQ(comment->length(), units);
+    }
+}

@@ -10,6 +10,10 @@
 
 namespace Plinth {
 
+/// The units before the terminator of `buffer`, which must be the start of a malloc block (the
+/// buffers below): as `ustrlen`, but a whole block of units at a time.
+unsigned long bufferUnits(const char16_t* buffer);
+
 /// The units from `offset` that `count` covers in data of `length` units, without overflow.
 inline unsigned long clipUnits(unsigned long length, unsigned long offset, unsigned long count)
 {

@@ -1,0 +1,83 @@
+#include "arbor/foundation/internal/UnitBuffer.h"
+
+#include "arbor/foundation/UString.h"
+
+#include <cstddef>
+#include <cstdint>
+
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+#if defined(__x86_64__)
+#include <immintrin.h>
+#endif
+
+// A buffer of character data is a malloc block, and the allocator lets its owner use every byte
+// of the block that malloc_usable_size reports. So whole blocks of units that lie inside it may be
+// loaded even past the terminator: what follows the first zero unit is never looked at. Memory
+// checkers report the size that was asked for, so under them the loads stay inside the string
+// itself. The last bytes that do not fill a block are counted one unit at a time.
+
+#if defined(__GLIBC__) && defined(__x86_64__)
+namespace {
+
+using Bytes = const char*;
+
+// The byte offset of the first zero unit in [0, usable), or `usable` rounded down to the block
+// when the whole blocks hold none.
+std::size_t scanSse2(Bytes bytes, std::size_t usable)
+{
+    const __m128i zero = _mm_setzero_si128();
+    auto zeros = [&](std::size_t at) {
+        return _mm_cmpeq_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + at)), zero);
+    };
+    std::size_t at = 0;
+    for (; at + 64 <= usable; at += 64) {
+        const __m128i any = _mm_or_si128(
+            _mm_or_si128(zeros(at), zeros(at + 16)), _mm_or_si128(zeros(at + 32), zeros(at + 48)));
+        if (_mm_movemask_epi8(any)) break;
+    }
+    for (; at + 16 <= usable; at += 16) {
+        if (const int mask = _mm_movemask_epi8(zeros(at))) return at + __builtin_ctz(mask);
+    }
+    return at;
+}
+
+__attribute__((target("avx2"))) std::size_t scanAvx2(Bytes bytes, std::size_t usable)
+{
+    const __m256i zero = _mm256_setzero_si256();
+    auto zeros = [&](std::size_t at) __attribute__((target("avx2")))
+    {
+        return _mm256_cmpeq_epi16(
+            _mm256_loadu_si256(reinterpret_cast<const __m256i*>(bytes + at)), zero);
+    };
+    std::size_t at = 0;
+    for (; at + 128 <= usable; at += 128) {
+        const __m256i any = _mm256_or_si256(_mm256_or_si256(zeros(at), zeros(at + 32)),
+            _mm256_or_si256(zeros(at + 64), zeros(at + 96)));
+        if (!_mm256_testz_si256(any, any)) break;
+    }
+    for (; at + 32 <= usable; at += 32) {
+        if (const unsigned mask = static_cast<unsigned>(_mm256_movemask_epi8(zeros(at))))
+            return at + __builtin_ctz(mask);
+    }
+    return at;
+}
+
+} // namespace
+#endif
+
+unsigned long Plinth::bufferUnits(const char16_t* buffer)
+{
+#if defined(__GLIBC__) && defined(__x86_64__)
+    // Units start at even addresses (malloc aligns blocks), so a zero found at an even byte
+    // offset by a 16-bit compare is a whole zero unit.
+    static const bool avx2 = (__builtin_cpu_init(), __builtin_cpu_supports("avx2"));
+    const auto bytes = reinterpret_cast<Bytes>(buffer);
+    const std::size_t usable = malloc_usable_size(const_cast<char16_t*>(buffer));
+    const std::size_t at = avx2 ? scanAvx2(bytes, usable) : scanSse2(bytes, usable);
+    return static_cast<unsigned long>(at / 2) + ustrlen(buffer + at / 2);
+#else
+    return ustrlen(buffer);
+#endif
+}
