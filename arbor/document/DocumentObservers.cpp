@@ -5,6 +5,7 @@
 #include "arbor/document/internal/DocumentPin.h"
 #include "arbor/range/internal/RangeList.h"
 
+#include <list>
 #include <memory>
 
 void Arbor::Document::addObserver(IDocObserver* observer) { addObserver(observer, Token()); }
@@ -52,24 +53,32 @@ bool hears(const Arbor::ObserverEntry& entry, Arbor::Token type)
     return entry.observer && (entry.token.isNull() || entry.token == type);
 }
 
+// Delivers `event` from `entry`, the first entry that hears it, on. The next entry is read only
+// after `onEvent` returns: observers may add and remove registrations (entries are never
+// unlinked, so the iterator stays valid).
+[[gnu::noinline]] void deliver(Arbor::Document* document,
+    std::list<Arbor::ObserverEntry>::iterator entry, Arbor::DomEvent& event)
+{
+    Arbor::DocumentPin pin(document);
+    for (; entry != document->observers.end(); ++entry) {
+        if (!hears(*entry, event.type)) continue;
+        if (event.canceled()) return;
+        entry->observer->onEvent(event);
+    }
+}
+
 } // namespace
 
 void Arbor::Document::fireEvent(DomEvent& event)
 {
     if (batchDepth != 0) return;
-    // Many events reach no observer at all (the range list hears two types): nothing needs the
-    // document kept alive until an observer is called.
-    auto entry = observers.begin();
-    while (entry != observers.end() && !hears(*entry, event.type))
-        ++entry;
-    if (entry == observers.end()) return;
-    DocumentPin pin(this);
-    // The next entry is read only after `onEvent` returns: observers may add and remove
-    // registrations (entries are never unlinked, so the iterator stays valid).
-    for (; entry != observers.end(); ++entry) {
-        if (!hears(*entry, event.type)) continue;
-        if (event.canceled()) return;
-        entry->observer->onEvent(event);
+    // Most events reach no observer that does anything: the range list hears two types, and has
+    // nothing to do while it holds no range. Until an entry is found that may act, nothing needs
+    // the document kept alive.
+    const IDocObserver* idleList = rangeList && !rangeList->first ? rangeList : nullptr;
+    for (auto entry = observers.begin(); entry != observers.end(); ++entry) {
+        if (entry->observer != idleList && hears(*entry, event.type))
+            return deliver(this, entry, event);
     }
 }
 

@@ -69,10 +69,14 @@ void Arbor::InnerNode::appendChain(Node* head, Node* tail)
 void Arbor::InnerNode::insertChain(Node* before, Node* head, Node* tail)
 {
     ARBOR_ASSERT(before->parent == this, "insertion point is a child");
-    Plinth::assignCounted(tail->next, before);
+    ARBOR_ASSERT(!tail->next, "a chain ends at its tail");
+    // The link that pointed at `before` hands its reference on to the chain's tail, and takes
+    // one on the chain's head: no count changes but the head's.
+    Node*& link = before->previous ? before->previous->next : first;
+    tail->next = before;
+    head->ref();
+    link = head;
     head->previous = before->previous;
-    // `before` stays held by the tail's link while the link that pointed at it lets go.
-    Plinth::assignCounted(before->previous ? before->previous->next : first, head);
     before->previous = tail;
 }
 
@@ -90,25 +94,27 @@ void Arbor::InnerNode::replaceRun(Node* runHead, unsigned long count, Node* head
     Node*& link = before ? before->next : first;
     // The tree's reference on the run's head is dropped last of all: if it is the run's last
     // holder, its destructor walks `next`, which must no longer lead into this node's children.
+    // The run's reference on the node after it passes to whatever now precedes that node.
     Plinth::Ref<Node> run = Plinth::Ref<Node>::adopt(link);
-    link = nullptr;
+    runEnd->next = nullptr;
     if (head) {
-        Plinth::assignCounted(tail->next, after);
+        ARBOR_ASSERT(!tail->next, "a chain ends at its tail");
+        head->ref();
+        link = head;
+        tail->next = after;
         if (after)
             after->previous = tail;
         else
             last = tail;
         head->previous = before;
-        Plinth::assignCounted(link, head);
     } else {
-        Plinth::assignCounted(link, after);
+        link = after;
         if (after)
             after->previous = before;
         else
             last = before;
     }
     runHead->previous = nullptr;
-    Plinth::releaseCounted(runEnd->next);
 }
 
 void Arbor::InnerNode::cloneChildren(Node* target)

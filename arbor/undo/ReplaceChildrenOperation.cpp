@@ -120,7 +120,10 @@ void Arbor::ReplaceChildrenOperation::execute()
 
     // The raw replacement gives up the tree's reference on the removed run; hold it here.
     Plinth::Ref<Node> removedHead(count ? first : nullptr);
-    const unsigned long inserted = Node::countFollowing(replacement);
+    // Mostly a single node: counted without the walk.
+    const unsigned long inserted = !replacement ? 0
+        : !replacement->next                    ? 1
+                                                : Node::countFollowing(replacement);
     Plinth::Ref<Node> newPosition(nextFirst);
 
     {
