@@ -5,7 +5,8 @@
 #   bench/results/table.md     the markdown tables (also printed)
 #   bench/results/cost.png     cost per item against N for W1-W4, log-log
 # Environment: BUILD_DIR (default build/release), FILTER (a --benchmark_filter regex, default
-# all cases), MIN_TIME (seconds per case, default 0.05).
+# all cases), MIN_TIME (seconds per case, default 0.05), REPS (repetitions of every case, default
+# 5; the tables give the median).
 set -eu
 cd "$(dirname "$0")/.."
 build=${BUILD_DIR:-build/release}
@@ -18,6 +19,8 @@ mkdir -p "$results"
 "$build/bench/arbor_bench" \
     --benchmark_filter="${FILTER:-.}" \
     --benchmark_min_time="${MIN_TIME:-0.05}" \
+    --benchmark_repetitions="${REPS:-5}" \
+    --benchmark_report_aggregates_only=true \
     --benchmark_out="$results/bench.json" \
     --benchmark_out_format=json
 "$build/bench/arbor_bench_memory" > "$results/memory.md"

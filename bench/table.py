@@ -29,10 +29,15 @@ def load(path):
         data = json.load(f)
     results = {}
     errors = []
+    # With repetitions only the median of each case is kept; a single run gives its one figure.
+    repeated = any(b.get("aggregate_name") == "median" for b in data["benchmarks"])
     for b in data["benchmarks"]:
-        if b.get("run_type", "iteration") != "iteration":
+        if repeated:
+            if b.get("aggregate_name") != "median":
+                continue
+        elif b.get("run_type", "iteration") != "iteration":
             continue
-        m = NAME.match(b["name"])
+        m = NAME.match(b.get("run_name", b["name"]) if repeated else b["name"])
         if not m:
             continue
         if b.get("error_occurred"):

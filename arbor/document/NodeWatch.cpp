@@ -1,7 +1,6 @@
 #include "arbor/document/internal/NodeWatch.h"
 
 #include "arbor/document/Document.h"
-#include "arbor/foundation/internal/ThreadLocal.h"
 
 #include <algorithm>
 #include <atomic>
@@ -29,9 +28,9 @@ std::unordered_set<const Arbor::Document*>* watchedDocuments = nullptr; // under
 std::atomic<unsigned long> watchedGeneration { 1 }; // changes with every change of the set
 std::atomic<unsigned long> watchedCount { 0 };
 
-ARBOR_THREAD_LOCAL unsigned long cachedGeneration = 0;
-ARBOR_THREAD_LOCAL const Arbor::Document* cachedDocument = nullptr;
-ARBOR_THREAD_LOCAL bool cachedWatched = false;
+thread_local unsigned long cachedGeneration = 0;
+thread_local const Arbor::Document* cachedDocument = nullptr;
+thread_local bool cachedWatched = false;
 
 void markWatched(const Arbor::Document* document, bool watched)
 {

@@ -3,7 +3,6 @@
 #include "arbor/document/Document.h"
 #include "arbor/document/internal/NodeWatch.h"
 #include "arbor/foundation/Ref.h"
-#include "arbor/foundation/internal/ThreadLocal.h"
 #include "arbor/tree/internal/ChainRelease.h"
 
 Arbor::Node::Node(Document* document)
@@ -44,8 +43,8 @@ constexpr unsigned maxNestedReleases = 8;
 
 // The pending chains, linked through the `parent` field of their heads, and the nesting depth.
 // The outermost release drains the list in a loop.
-ARBOR_THREAD_LOCAL Node* pendingRelease = nullptr;
-ARBOR_THREAD_LOCAL unsigned releaseDepth = 0;
+thread_local Node* pendingRelease = nullptr;
+thread_local unsigned releaseDepth = 0;
 
 // The loop of releaseChain. Each node that dies is cut from its successor first (the reference
 // it held passes to the loop), so its destructor never walks the chain, and the nodes are freed

@@ -1,7 +1,6 @@
 #include "arbor/tree/internal/NodePool.h"
 
 #include "arbor/foundation/internal/Pooling.h"
-#include "arbor/foundation/internal/ThreadLocal.h"
 
 #include <atomic>
 #include <cstdint>
@@ -63,7 +62,7 @@ struct Local {
     unsigned char* bumpEnd;
     State state;
 };
-ARBOR_THREAD_LOCAL Local local;
+thread_local Local local;
 
 std::size_t slotSize(std::size_t index) { return index * granule; }
 
@@ -161,7 +160,7 @@ struct Reaper {
         local.state = State::dead;
     }
 };
-ARBOR_THREAD_LOCAL Reaper reaper;
+thread_local Reaper reaper;
 
 void registerThread()
 {

@@ -4,7 +4,6 @@
 #include "arbor/foundation/CData.h"
 #include "arbor/foundation/Ref.h"
 #include "arbor/foundation/UString.h"
-#include "arbor/foundation/internal/ThreadLocal.h"
 #include "arbor/foundation/internal/UnitBuffer.h"
 #include "arbor/tree/DomException.h"
 #include "arbor/tree/internal/NodePool.h"
@@ -20,7 +19,7 @@ namespace {
 
 using UniqueUString = std::unique_ptr<char16_t, Plinth::FreeDeleter>;
 
-ARBOR_THREAD_LOCAL unsigned long textEdits = 0;
+thread_local unsigned long textEdits = 0;
 
 } // namespace
 
