@@ -134,6 +134,33 @@ def throughput_table(results):
     return "\n".join(lines)
 
 
+def sink_table(results):
+    """W4 throughput by sink (memory, string stream) and element class, against pugixml's."""
+    columns = [("BasicElement, memory", "Arbor", ""), ("BasicElement, ostream", "Arbor", "Ostream"),
+               ("minimal, memory", "Arbor", "Minimal"), ("minimal, ostream", "Arbor", "MinimalOstream"),
+               ("pugixml, memory", "Pugixml", ""), ("pugixml, ostream", "Pugixml", "Ostream")]
+    ratios = [("Basic/pugixml memory", "", ""), ("Basic/pugixml ostream", "Ostream", "Ostream"),
+              ("minimal/pugixml memory", "Minimal", ""),
+              ("minimal/pugixml ostream", "MinimalOstream", "Ostream")]
+    head = ["N"] + [c[0] for c in columns] + [r[0] for r in ratios]
+    lines = ["| " + " | ".join(head) + " |", "|---|" + "---:|" * (len(head) - 1)]
+
+    def mbps(lib, variant, size):
+        r = results.get(("W4", "Serialize", lib, variant, size))
+        return r and r["bytes_per_second"] and r["bytes_per_second"] / 1e6
+
+    for size in sizes_of(results, "W4", "Serialize"):
+        cells = [str(size)]
+        for _, lib, variant in columns:
+            v = mbps(lib, variant, size)
+            cells.append("%.0f" % v if v else "-")
+        for _, arbor, peer in ratios:
+            a, b = mbps("Arbor", arbor, size), mbps("Pugixml", peer, size)
+            cells.append("%.2f" % (a / b) if a and b else "-")
+        lines.append("| " + " | ".join(cells) + " |")
+    return "\n".join(lines)
+
+
 def undo_table(results):
     lines = ["| Task | N | execute | undo | redo | undo/execute | redo/execute |",
              "|---|---|---:|---:|---:|---:|---:|"]
@@ -202,6 +229,9 @@ def main():
     out.append(peer_table(results) + "\n")
     out.append("### W4 serialize throughput\n")
     out.append(throughput_table(results) + "\n")
+    out.append("### W4 by sink and element class (MB/s; the ratios are Arbor's throughput over "
+               "pugixml's, above 1: Arbor faster)\n")
+    out.append(sink_table(results) + "\n")
     out.append("### The price of a document (events and undo recording)\n")
     out.append(document_table(results) + "\n")
     out.append("### W8 undo and redo (Arbor only)\n")
