@@ -16,33 +16,16 @@
 // of the block that malloc_usable_size reports. So whole blocks of units that lie inside it may be
 // loaded even past the terminator: what follows the first zero unit is never looked at. Memory
 // checkers report the size that was asked for, so under them the loads stay inside the string
-// itself. The last bytes that do not fill a block are counted one unit at a time.
+// itself. The scan only has to stop at or before the terminator: the count goes on one unit at a
+// time from where it stopped, which also covers the last bytes that do not fill a block.
 
 #if defined(__GLIBC__) && defined(__x86_64__)
 namespace {
 
 using Bytes = const char*;
 
-// The byte offset of the first zero unit in [0, usable), or `usable` rounded down to the block
-// when the whole blocks hold none.
-std::size_t scanSse2(Bytes bytes, std::size_t usable)
-{
-    const __m128i zero = _mm_setzero_si128();
-    auto zeros = [&](std::size_t at) {
-        return _mm_cmpeq_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + at)), zero);
-    };
-    std::size_t at = 0;
-    for (; at + 64 <= usable; at += 64) {
-        const __m128i any = _mm_or_si128(
-            _mm_or_si128(zeros(at), zeros(at + 16)), _mm_or_si128(zeros(at + 32), zeros(at + 48)));
-        if (_mm_movemask_epi8(any)) break;
-    }
-    for (; at + 16 <= usable; at += 16) {
-        if (const int mask = _mm_movemask_epi8(zeros(at))) return at + __builtin_ctz(mask);
-    }
-    return at;
-}
-
+// The byte offset of the first zero unit in [0, usable), or `usable` rounded down to a whole
+// block when the whole blocks hold none.
 __attribute__((target("avx2"))) std::size_t scanAvx2(Bytes bytes, std::size_t usable)
 {
     const __m256i zero = _mm256_setzero_si256();
@@ -73,9 +56,9 @@ unsigned long Plinth::bufferUnits(const char16_t* buffer)
     // Units start at even addresses (malloc aligns blocks), so a zero found at an even byte
     // offset by a 16-bit compare is a whole zero unit.
     static const bool avx2 = (__builtin_cpu_init(), __builtin_cpu_supports("avx2"));
-    const auto bytes = reinterpret_cast<Bytes>(buffer);
+    if (!avx2) return ustrlen(buffer);
     const std::size_t usable = malloc_usable_size(const_cast<char16_t*>(buffer));
-    const std::size_t at = avx2 ? scanAvx2(bytes, usable) : scanSse2(bytes, usable);
+    const std::size_t at = scanAvx2(reinterpret_cast<Bytes>(buffer), usable);
     return static_cast<unsigned long>(at / 2) + ustrlen(buffer + at / 2);
 #else
     return ustrlen(buffer);
