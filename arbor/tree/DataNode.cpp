@@ -6,6 +6,7 @@
 #include "arbor/tree/DomException.h"
 #include "arbor/tree/internal/NodePool.h"
 #include "arbor/undo/ReplaceDataOperation.h"
+#include "arbor/undo/internal/OperationRun.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -75,8 +76,8 @@ void Arbor::DataNode::replaceData(
     if (readOnly()) throw DomException(DomException::NO_MODIFICATION_ALLOWED_ERR);
 
     if (isDocumentChild())
-        document->doModelOperation(
-            new ReplaceDataOperation(document, this, offset, count, newData));
+        runModelOperation(
+            document, new ReplaceDataOperation(document, this, offset, count, newData));
     else
         replaceDataRaw(offset, count, newData);
 }

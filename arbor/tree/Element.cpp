@@ -4,6 +4,7 @@
 #include "arbor/tree/DomException.h"
 #include "arbor/tree/internal/TreeOutput.h"
 #include "arbor/undo/AttributeOperation.h"
+#include "arbor/undo/internal/OperationRun.h"
 
 #include <ostream>
 
@@ -53,8 +54,8 @@ void Arbor::Element::setAttribute(Token name, const Variant& value)
     if (!maySetAttribute(name, value)) throw DomException(DomException::HIERARCHY_REQUEST_ERR);
 
     if (isDocumentChild())
-        document->doModelOperation(
-            new (document) SetAttributeOperation(document, this, name, value));
+        runModelOperation(
+            document, new (document) SetAttributeOperation(document, this, name, value));
     else
         setAttributeRaw(name, value);
 }
@@ -66,7 +67,7 @@ void Arbor::Element::removeAttribute(Token name)
     if (!mayRemoveAttribute(name)) throw DomException(DomException::HIERARCHY_REQUEST_ERR);
 
     if (isDocumentChild())
-        document->doModelOperation(new (document) RemoveAttributeOperation(document, this, name));
+        runModelOperation(document, new (document) RemoveAttributeOperation(document, this, name));
     else
         removeAttributeRaw(name);
 }

@@ -4,6 +4,7 @@
 #include "arbor/tree/DomException.h"
 #include "arbor/tree/Node.h"
 #include "arbor/undo/ReplaceChildrenOperation.h"
+#include "arbor/undo/internal/OperationRun.h"
 
 namespace {
 
@@ -127,7 +128,7 @@ void Arbor::Node::replaceChildren(Node* first, unsigned long count, Node* newChi
         throw DomException(DomException::HIERARCHY_REQUEST_ERR);
 
     if (isDocumentChild())
-        document->doModelOperation(
+        runModelOperation(document,
             new (document) ReplaceChildrenOperation(document, this, first, count, newChild));
     else
         replaceChildrenRaw(first, count, newChild);

@@ -8,6 +8,7 @@
 #include "arbor/tree/DomException.h"
 #include "arbor/tree/internal/NodePool.h"
 #include "arbor/undo/ReplaceTextOperation.h"
+#include "arbor/undo/internal/OperationRun.h"
 
 #include <cstdint>
 #include <cstdlib>
@@ -87,7 +88,7 @@ void Arbor::Text::replaceData(unsigned long offset, unsigned long count, const c
     if (isDocumentChild()) {
         auto* op = new (document) ReplaceTextOperation(document, this, offset, count, newData);
         if (measured) op->knowLength(len);
-        document->doModelOperation(op);
+        runModelOperation(document, op);
     } else if (measured && buffer) {
         spliceData(len, offset, clipUnits(len, offset, count), newData,
             newData ? Plinth::ustrlen(newData) : 0);
