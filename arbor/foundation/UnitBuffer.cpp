@@ -6,6 +6,8 @@
 #include <cstdint>
 
 #if defined(__GLIBC__)
+#include <cstdlib>
+#include <dlfcn.h>
 #include <malloc.h>
 #endif
 #if defined(__x86_64__)
@@ -47,6 +49,18 @@ __attribute__((target("avx2"))) std::size_t scanAvx2(Bytes bytes, std::size_t us
     return at;
 }
 
+// Whether the malloc_usable_size the library calls belongs to the malloc that made the buffers. A
+// replacement malloc must bring its own (the C library's would misread its blocks); one that does
+// not, defining malloc and free alone, leaves the count to go unit by unit.
+bool usableSizeFromMalloc()
+{
+    Dl_info allocator {};
+    Dl_info sizer {};
+    return dladdr(reinterpret_cast<void*>(&std::malloc), &allocator) != 0
+        && dladdr(reinterpret_cast<void*>(&malloc_usable_size), &sizer) != 0
+        && allocator.dli_fbase == sizer.dli_fbase;
+}
+
 } // namespace
 #endif
 
@@ -55,8 +69,9 @@ unsigned long Plinth::bufferUnits(const char16_t* buffer)
 #if defined(__GLIBC__) && defined(__x86_64__)
     // Units start at even addresses (malloc aligns blocks), so a zero found at an even byte
     // offset by a 16-bit compare is a whole zero unit.
-    static const bool avx2 = (__builtin_cpu_init(), __builtin_cpu_supports("avx2"));
-    if (!avx2) return ustrlen(buffer);
+    static const bool blocks
+        = (__builtin_cpu_init(), __builtin_cpu_supports("avx2")) && usableSizeFromMalloc();
+    if (!blocks) return ustrlen(buffer);
     const std::size_t usable = malloc_usable_size(const_cast<char16_t*>(buffer));
     const std::size_t at = scanAvx2(reinterpret_cast<Bytes>(buffer), usable);
     return static_cast<unsigned long>(at / 2) + ustrlen(buffer + at / 2);
