@@ -281,3 +281,18 @@ TEST(AllocationFailureTest, EveryAllocationFailedInTurn)
               << "\n";
     if (*AllocFail::skipped()) std::cout << "not replaced: " << AllocFail::skipped() << "\n";
 }
+
+// Text lengths may be counted a block at a time inside a buffer's malloc block, as far as the
+// allocator says the block reaches. An allocator that replaces malloc but not the call that tells
+// a block's size (this program's) must not be asked: its blocks are not the C library's, and a
+// count that trusted the C library's answer here would run into the unreadable page behind.
+TEST(AllocationFailureTest, ForeignMallocBlocksAreReadOnlyUpToTheTerminator)
+{
+    if (!AllocFail::countsMalloc()) GTEST_SKIP() << AllocFail::skipped();
+    Plinth::Ref<TestDocument> document(new TestDocument);
+    AllocFail::guardNextMalloc(16); // seven units and the terminator
+    Plinth::Ref<TestText> text(document->makeText(u"abcdefg"));
+    EXPECT_EQ(text->length(), 7u);
+    text->appendData(u"h");
+    EXPECT_EQ(text->length(), 8u);
+}

@@ -3,6 +3,8 @@
 #include <cstddef>
 #include <cstdlib>
 #include <new>
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace {
 
@@ -71,7 +73,31 @@ void* allocate(std::size_t size)
 
 } // namespace
 
+void AllocFail::guardNextMalloc(unsigned long) { }
+
 #else
+
+namespace {
+
+void* guardBlock = nullptr;
+std::size_t guardSize = 0;
+
+} // namespace
+
+void AllocFail::guardNextMalloc(unsigned long size)
+{
+    const long page = sysconf(_SC_PAGESIZE);
+    void* pages
+        = mmap(nullptr, 2 * page, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (pages == MAP_FAILED) std::abort();
+    auto* end = static_cast<unsigned char*>(pages) + page;
+    mprotect(end, page, PROT_NONE);
+    auto* block = end - size;
+    // The size word of a C-library block sits just before it; 2 marks a block of its own mapping.
+    reinterpret_cast<std::size_t*>(block)[-1] = (std::size_t(1) << 20) | 2;
+    guardBlock = block;
+    guardSize = size;
+}
 
 // glibc's own entry points: the replacements below count and forward to them.
 extern "C" {
@@ -80,7 +106,14 @@ void* __libc_calloc(std::size_t count, std::size_t size);
 void* __libc_realloc(void* memory, std::size_t size);
 void __libc_free(void* memory);
 
-void* malloc(std::size_t size) { return failsNow() ? nullptr : __libc_malloc(size); }
+void* malloc(std::size_t size)
+{
+    if (guardSize && size == guardSize) {
+        guardSize = 0;
+        return guardBlock;
+    }
+    return failsNow() ? nullptr : __libc_malloc(size);
+}
 
 void* calloc(std::size_t n, std::size_t size)
 {
@@ -92,7 +125,11 @@ void* realloc(void* memory, std::size_t size)
     return failsNow() ? nullptr : __libc_realloc(memory, size);
 }
 
-void free(void* memory) { __libc_free(memory); }
+void free(void* memory)
+{
+    if (memory && memory == guardBlock) return;
+    __libc_free(memory);
+}
 }
 
 bool AllocFail::countsMalloc() { return true; }

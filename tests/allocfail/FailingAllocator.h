@@ -15,6 +15,11 @@ bool disarm();
 bool countsMalloc();
 /// What is not replaced, and why ("" when everything is).
 const char* skipped();
+/// Makes the next malloc of exactly `size` bytes (a multiple of 16) return a block that ends where
+/// a page the process may not read begins, behind a C-library block header that claims a block of
+/// 1 MiB: only a reader that trusts this allocator's blocks to be the C library's goes past it.
+/// The block is never given back. Only where malloc is replaced (`countsMalloc()`).
+void guardNextMalloc(unsigned long size);
 
 } // namespace AllocFail
 

@@ -71,6 +71,11 @@ TEST_F(XmlWriterTest, OptionsAndIndentation)
     add(m, "o");
     add(inner, "n");
     doc->epilog()->appendChild(doc->createComment(u"e"));
+    // The other way round, outside the content: a preserve nearer than a default.
+    Plinth::Ref<Arbor::Element> outer(doc->createElement("d"));
+    Arbor::setAttributeUtf8(outer.get(), "xml:space", "default");
+    Arbor::Element* w = add(add(outer.get(), "v", "preserve"), "w");
+    add(w, "z");
 
     const Arbor::XmlWriteOptions tab { true, true, "\t" };
     const std::tuple<Arbor::XmlWriteOptions, Arbor::Node*, std::string> cases[] = {
@@ -82,10 +87,12 @@ TEST_F(XmlWriterTest, OptionsAndIndentation)
             "          <o></o>\n        </m>\n        <n></n>\n      </k2></k></pre>\n</a>\n"
             "<!--e-->\n" },
         // A node on its own follows the rules in force where it stands.
-        { tab, list, "<list>\n\t<item/>\n\t<?p?>\n</list>" }, { tab, bold, "<b><i><x/></i></b>" },
+        { tab, list, "<list>\n\t<item/>\n\t<?p?>\n</list>" },
+        { tab, bold, "<b><i><x/></i></b>" },
         { tab, pre->firstChild(),
             "<k><k2 xml:space=\"default\">\n\t\t<m>\n\t\t\t<o/>\n\t\t</m>\n\t\t<n/>\n\t</k2></k>" },
         { tab, m, "<m>\n\t<o/>\n</m>" }, // the nearest xml:space above holds
+        { tab, w, "<w><z/></w>" },
     };
     for (const auto& [options, node, expected] : cases) {
         SCOPED_TRACE(expected);
