@@ -109,7 +109,7 @@ void Arbor::Text::replaceDataRaw(unsigned long offset, unsigned long count, cons
         ++textEdits;
         return;
     }
-    const unsigned long len = Plinth::bufferUnits(buffer);
+    const unsigned long len = length();
     // An offset past the end would copy from outside the buffer: refuse it rather than read it.
     if (offset > len) throw DomException(DomException::INDEX_SIZE_ERR);
     spliceData(len, offset, clipUnits(len, offset, count), newData,

@@ -12,16 +12,11 @@
 #include <new>
 
 // The library's own operations all fit a slot.
-template <class T> constexpr bool fitsSlot()
-{
-    return (sizeof(T) % alignof(std::max_align_t) == 0 ? alignof(std::max_align_t) : 8) + sizeof(T)
-        <= Arbor::OperationPool::slotSize;
-}
-static_assert(fitsSlot<Arbor::ReplaceChildrenOperation>());
-static_assert(fitsSlot<Arbor::ReplaceTextOperation>());
-static_assert(fitsSlot<Arbor::SetAttributeOperation>());
-static_assert(fitsSlot<Arbor::RemoveAttributeOperation>());
-static_assert(fitsSlot<Arbor::ReplaceDataOperation>());
+static_assert(Arbor::OperationPool::fits(sizeof(Arbor::ReplaceChildrenOperation)));
+static_assert(Arbor::OperationPool::fits(sizeof(Arbor::ReplaceTextOperation)));
+static_assert(Arbor::OperationPool::fits(sizeof(Arbor::SetAttributeOperation)));
+static_assert(Arbor::OperationPool::fits(sizeof(Arbor::RemoveAttributeOperation)));
+static_assert(Arbor::OperationPool::fits(sizeof(Arbor::ReplaceDataOperation)));
 static_assert(Arbor::OperationPool::slotSize % alignof(std::max_align_t) == 0);
 
 namespace {

@@ -42,12 +42,19 @@ public:
     /// is null or the object does not fit a slot. Throws `std::bad_alloc`.
     static void* allocate(OperationPool* pool, std::size_t size)
     {
-        const std::size_t offset = size % alignment == 0 ? alignment : sizeof(OperationPool*);
-        if (!pool || offset + size > slotSize) return fromHeap(size);
-        void* object = static_cast<unsigned char*>(pool->take()) + offset;
+        if (!pool || !fits(size)) return fromHeap(size);
+        void* object = static_cast<unsigned char*>(pool->take()) + offsetFor(size);
         owner(object) = pool;
         return object;
     }
+    /// Where an object of `size` bytes starts in its slot: behind the owner word, or 16 bytes in
+    /// when its size allows it to need that alignment.
+    static constexpr std::size_t offsetFor(std::size_t size)
+    {
+        return size % alignment == 0 ? alignment : sizeof(OperationPool*);
+    }
+    /// Whether an object of `size` bytes fits a slot.
+    static constexpr bool fits(std::size_t size) { return offsetFor(size) + size <= slotSize; }
     /// Gives back memory that `allocate` handed out.
     static void release(void* object) noexcept;
 
